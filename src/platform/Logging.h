@@ -5,5 +5,6 @@
 
 #include <tangor/platform/log.h>
 
-#define TANGOR_LOG(level, ...) \
-    ::implLog(0, (level), logPrettyFunction ? __PRETTY_FUNCTION__ : __func__, __LINE__, "", __VA_ARGS__)
+#define TANGOR_LOG(level, ...)                                                              \
+    ::implLog(0, (level), logPrettyFunction ? __PRETTY_FUNCTION__ : __func__, __LINE__, "", \
+              __VA_ARGS__)

@@ -37,8 +37,9 @@ public:
     basic_sqlstream(const basic_sqlstream&) = delete;
     basic_sqlstream& operator=(const basic_sqlstream&) = delete;
 
-    // Opens the connection and sets its busy timeout (milliseconds). The state bits are not cleared;
-    // a failure sets badbit and leaves db null. A connection already open is released first.
+    // Opens the connection and sets its busy timeout (milliseconds). The state bits are not
+    // cleared; a failure sets badbit and leaves db null. A connection already open is released
+    // first.
     void open(const char* filename, int timeout);
 
     // Closes the connection; db is null afterwards in every case and the state bits are untouched.
