@@ -38,8 +38,8 @@ public:
     basic_sqlstream& operator=(const basic_sqlstream&) = delete;
 
     // Opens the connection and sets its busy timeout (milliseconds). The state bits are not
-    // cleared; a failure sets badbit and leaves db null. A connection already open is released
-    // first.
+    // cleared; a failure (a null filename included) sets badbit and leaves db null. A connection
+    // already open is released first.
     void open(const char* filename, int timeout);
 
     // Closes the connection; db is null afterwards in every case and the state bits are untouched.
