@@ -103,30 +103,6 @@ protected:
     const std::string path_ = dir_.file("media.tangor");
 };
 
-TEST_F(SchemaTest, FixedStatementTexts) {
-    const std::vector<std::pair<const char*, const char*>> cases = {
-        {corvina::insertVersionSql, "INSERT INTO VERSION(VALUE) VALUES (?);"},
-        {corvina::insertCodingSql, "INSERT INTO CODING(VALUE) VALUES (?);"},
-        {corvina::insertPresenceSql, "REPLACE INTO PARTITION_PRESENCE(PARTITION_ID) VALUES ( ?);"},
-        {corvina::selectVersionSql, "SELECT VALUE FROM VERSION;"},
-        {corvina::selectCodingSql, "SELECT VALUE FROM CODING;"},
-        {corvina::insertStatusSql,
-         "REPLACE INTO STATUS(MOUNTPOINT,PARTITION_ID, VALUE) VALUES (?, ?, ?);"},
-        {corvina::presenceResetScript,
-         "BEGIN TRANSACTION;     DELETE FROM PARTITION_PRESENCE;     COMMIT;"},
-        {corvina::removalScript,
-         "BEGIN TRANSACTION; DELETE FROM SONGS WHERE PARTITION_ID NOT IN ( SELECT DISTINCT "
-         "PARTITION_ID FROM PARTITION_PRESENCE);DELETE FROM PLAYLISTS WHERE PARTITION_ID NOT IN ( "
-         "SELECT DISTINCT PARTITION_ID FROM PARTITION_PRESENCE);DELETE FROM STATUS WHERE "
-         "PARTITION_ID NOT IN ( SELECT DISTINCT PARTITION_ID FROM PARTITION_PRESENCE);DELETE FROM "
-         "DIRECTORIES WHERE PARTITION_ID NOT IN ( SELECT DISTINCT PARTITION_ID FROM "
-         "PARTITION_PRESENCE);COMMIT;"},
-    };
-    for (const auto& [actual, expected] : cases) {
-        EXPECT_STREQ(actual, expected);
-    }
-}
-
 TEST_F(SchemaTest, ScriptViewsAndStoredViewsMatchTheirTexts) {
     Rows scriptViews;
     std::istringstream statements(corvina::schemaScript);
