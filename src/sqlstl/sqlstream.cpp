@@ -63,6 +63,22 @@ void basic_sqlstream<charT, traits>::close() {
 }
 
 template <class charT, class traits>
+int basic_sqlstream<charT, traits>::prepare(const char* sql) {
+    this->clear();
+    finalizeStatement(stmt);
+    const int rc = sqlite3_prepare_v2(db, sql, -1, &stmt, nullptr);
+    if (rc != SQLITE_OK) {
+        this->setstate(std::ios_base::badbit);
+    }
+    return rc;
+}
+
+template <class charT, class traits>
+bool basic_sqlstream<charT, traits>::stepBlocked() const {
+    return (this->rdstate() & (std::ios_base::badbit | std::ios_base::failbit)) != 0;
+}
+
+template <class charT, class traits>
 void basic_sqlstream<charT, traits>::release() {
     finalizeStatement(stmt);
     sqlite3_close(db);
@@ -81,12 +97,9 @@ basic_sqlistream<charT, traits>::~basic_sqlistream() {
 
 template <class charT, class traits>
 void basic_sqlistream<charT, traits>::query(const char* sql) {
-    this->clear();
-    finalizeStatement(this->stmt);
-    const int rc = sqlite3_prepare_v2(this->db, sql, -1, &this->stmt, nullptr);
+    const int rc = this->prepare(sql);
     if (rc != SQLITE_OK) {
         TANGOR_LOG(DLT_LOG_ERROR, "exec failed: %d %s", rc, sqlite3_errmsg(this->db));
-        this->setstate(std::ios_base::badbit);
         return;
     }
     this->index = 0;
@@ -95,7 +108,7 @@ void basic_sqlistream<charT, traits>::query(const char* sql) {
 
 template <class charT, class traits>
 void basic_sqlistream<charT, traits>::step() {
-    if (this->rdstate() & (std::ios_base::badbit | std::ios_base::failbit)) {
+    if (this->stepBlocked()) {
         TANGOR_LOG(DLT_LOG_ERROR, "step failed");
         return;
     }
@@ -164,12 +177,9 @@ void basic_sqlostream<charT, traits>::exec(const char* sql) {
 
 template <class charT, class traits>
 void basic_sqlostream<charT, traits>::query(const char* sql) {
-    this->clear();
-    finalizeStatement(this->stmt);
-    const int rc = sqlite3_prepare_v2(this->db, sql, -1, &this->stmt, nullptr);
+    const int rc = this->prepare(sql);
     if (rc != SQLITE_OK) {
         TANGOR_LOG(DLT_LOG_ERROR, "exec failed: %d %s", rc, sqlite3_errmsg(this->db));
-        this->setstate(std::ios_base::badbit);
         return;
     }
     this->index = 1;
@@ -177,7 +187,7 @@ void basic_sqlostream<charT, traits>::query(const char* sql) {
 
 template <class charT, class traits>
 void basic_sqlostream<charT, traits>::step() {
-    if (this->rdstate() & (std::ios_base::badbit | std::ios_base::failbit)) {
+    if (this->stepBlocked()) {
         TANGOR_LOG(DLT_LOG_ERROR, "step failed");
         return;
     }

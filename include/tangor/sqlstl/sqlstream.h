@@ -57,6 +57,11 @@ protected:
 
     // Finalizes a statement still held and closes the connection, silently.
     void release();
+    // Clears the state bits and replaces the statement with `sql` prepared; returns SQLite's
+    // result, with badbit set when it is not SQLITE_OK. The caller logs.
+    int prepare(const char* sql);
+    // badbit and failbit keep a statement from running; eofbit does not.
+    bool stepBlocked() const;
 };
 
 template <class charT, class traits = std::char_traits<charT>>
