@@ -81,7 +81,9 @@ bool basic_sqlstream<charT, traits>::stepBlocked() const {
 template <class charT, class traits>
 void basic_sqlstream<charT, traits>::release() {
     finalizeStatement(stmt);
-    sqlite3_close(db);
+    // A caller may have prepared statements of its own on the public db; the connection then
+    // goes once they are finalized instead of being left open for good.
+    sqlite3_close_v2(db);
     db = nullptr;
 }
 
