@@ -19,33 +19,6 @@ using Rows = std::vector<std::string>;
 using tangor::test::LogCapture;
 using tangor::test::TempDir;
 
-// Collapses whitespace runs and trims, so texts split over several literals compare as written.
-std::string normalised(const std::string& sql) {
-    std::istringstream words(sql);
-    std::string out;
-    for (std::string word; words >> word;) {
-        out += (out.empty() ? "" : " ") + word;
-    }
-    return out;
-}
-
-const char* const kViewTexts[] = {
-    "CREATE VIEW IF NOT EXISTS VIEW_SONGS AS SELECT SONGS.*, ARTISTS.ARTIST AS ARTIST, "
-    "ARTISTS.ASIANARTIST AS ASIANARTIST, ALBUMS.ALBUM AS ALBUM, ALBUMS.ASIANALBUM AS ASIANALBUM, "
-    "GENRES.GENRE AS GENRE, GENRES.ASIANGENRE AS ASIANGENRE, COMPOSERS.COMPOSER AS COMPOSER, "
-    "COMPOSERS.ASIANCOMPOSER AS ASIANCOMPOSER from SONGS, ARTISTS, ALBUMS, GENRES, COMPOSERS, "
-    "PARTITION_PRESENCE WHERE SONGS.ARTISTID = ARTISTS.ARTISTID AND SONGS.ALBUMID = "
-    "ALBUMS.ALBUMID AND SONGS.GENREID = GENRES.GENREID AND SONGS.COMPOSERID = "
-    "COMPOSERS.COMPOSERID AND SONGS.PARTITION_ID = PARTITION_PRESENCE.PARTITION_ID;",
-    "CREATE VIEW IF NOT EXISTS VIEW_PLAYLISTSONGS AS SELECT VIEW_SONGS.*, PLAYLISTS.PLAYID AS "
-    "PLAYLISTID from VIEW_SONGS, PLAYLISTS, PARTITION_PRESENCE WHERE VIEW_SONGS.OBJECTID = "
-    "PLAYLISTS.TRACKID AND PLAYLISTS.PARTITION_ID = PARTITION_PRESENCE.PARTITION_ID ORDER BY "
-    "PLAYLISTS.ID;",
-    "CREATE VIEW IF NOT EXISTS VIEW_PLAYLISTNAMES AS SELECT ID, LASTMODIFIED, PLAYPATH from "
-    "PLAYLISTS, PARTITION_PRESENCE WHERE PLAYLISTS.PARTITION_ID = PARTITION_PRESENCE.PARTITION_ID "
-    "GROUP BY PLAYPATH;",
-};
-
 const char* const kTables[] = {
     "SONGS",     "ARTISTS", "ALBUMS", "GENRES", "COMPOSERS",         "DIRECTORIES",
     "PLAYLISTS", "VERSION", "CODING", "STATUS", "PARTITION_PRESENCE"};
@@ -102,31 +75,6 @@ protected:
     TempDir dir_;
     const std::string path_ = dir_.file("media.tangor");
 };
-
-TEST_F(SchemaTest, ScriptViewsAndStoredViewsMatchTheirTexts) {
-    Rows scriptViews;
-    std::istringstream statements(corvina::schemaScript);
-    for (std::string statement; std::getline(statements, statement, ';');) {
-        if (statement.rfind("CREATE VIEW", 0) == 0) {
-            scriptViews.push_back(normalised(statement + ";"));
-        }
-    }
-    Rows expected, stored;
-    for (const char* text : kViewTexts) {
-        expected.push_back(normalised(text));
-        // SQLite keeps the statement without its "IF NOT EXISTS" and without the semicolon.
-        std::string bare = normalised(text);
-        bare.erase(bare.find(" IF NOT EXISTS"), 14);
-        stored.push_back(bare.substr(0, bare.size() - 1));
-    }
-    EXPECT_EQ(scriptViews, expected);
-    Rows actual;
-    for (const std::string& sql :
-         rows("SELECT sql FROM sqlite_master WHERE type='view' ORDER BY rowid")) {
-        actual.push_back(normalised(sql));
-    }
-    EXPECT_EQ(actual, stored);
-}
 
 // Rowid order is creation order; each index is followed by its column. SQLite's own indexes for
 // the key constraints are left out.
