@@ -12,23 +12,9 @@ namespace {
 // A record longer than this is cut: DLT itself carries far less in one message.
 constexpr std::size_t kMaxMessageBytes = 64 * 1024;
 
-const char* levelName(DltLogLevelType level) {
-    switch (level) {
-        case DLT_LOG_FATAL:
-            return "FATAL";
-        case DLT_LOG_ERROR:
-            return "ERROR";
-        case DLT_LOG_WARN:
-            return "WARN";
-        case DLT_LOG_INFO:
-            return "INFO";
-        case DLT_LOG_DEBUG:
-            return "DEBUG";
-        case DLT_LOG_VERBOSE:
-            return "VERBOSE";
-        default:
-            return "LOG";
-    }
+// The default sink shows only fatal, error and warn records.
+const char* problemName(DltLogLevelType level) {
+    return level == DLT_LOG_FATAL ? "FATAL" : level == DLT_LOG_ERROR ? "ERROR" : "WARN";
 }
 
 bool isProblem(DltLogLevelType level) {
@@ -39,8 +25,8 @@ void writeToStandardError(const LogRecord& record) {
     if (!isProblem(record.level)) {
         return;
     }
-    std::fprintf(stderr, "tangor %s %s:%d: %s\n", levelName(record.level), record.function.c_str(),
-                 record.line, record.message.c_str());
+    std::fprintf(stderr, "tangor %s %s:%d: %s\n", problemName(record.level),
+                 record.function.c_str(), record.line, record.message.c_str());
 }
 
 // The sink is shared by every thread that logs; a caller takes its own reference under the lock and
