@@ -1,0 +1,135 @@
+#include <tangor/coding/CodingManager.h>
+#include <tangor/platform/CCodeDataManager.h>
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <functional>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "support/TestSupport.h"
+
+namespace {
+
+using corvina::CodingManager;
+using tangor::test::LogCapture;
+
+// The coding is cached for the life of a process, so each case runs in a child process of its
+// own; a failed expectation there makes the child exit with 1.
+void inFreshProcess(const std::function<void()>& body) {
+    EXPECT_EXIT(
+        {
+            body();
+            std::exit(::testing::Test::HasFailure() ? 1 : 0);
+        },
+        ::testing::ExitedWithCode(0), "");
+}
+
+struct MarketCase {
+    int countryCode;
+    int searchReading;
+    bool japanese;
+    bool asian;
+    std::vector<std::string> records;  // info records of the first calls, in order
+    int queries;
+};
+
+TEST(CodingManager, AnswersFollowTheMarketAndEachValueIsAskedOnce) {
+    const MarketCase cases[] = {
+        {5, 1, true, false, {"getCountryCode 5"}, 1},
+        {6, 0, false, true, {"getCountryCode 6"}, 1},
+        {9, 1, false, true, {"getCountryCode 9", "codingSearchReading 1"}, 2},
+        {9, 0, false, false, {"getCountryCode 9", "codingSearchReading 0"}, 2},
+        {9, 2, false, false, {"getCountryCode 9", "codingSearchReading 2"}, 2},
+        {0, 1, false, false, {"getCountryCode 0"}, 1},
+        // The service's value is logged whole; only its low 8 bits are kept (265 -> 9).
+        {265, 1, false, true, {"getCountryCode 265", "codingSearchReading 1"}, 2},
+        {-1, 1, false, false, {"getCountryCode 4294967295"}, 1},
+    };
+    for (const MarketCase& c : cases) {
+        SCOPED_TRACE("country code " + std::to_string(c.countryCode) + ", search reading " +
+                     std::to_string(c.searchReading));
+        inFreshProcess([&c] {
+            CCodeDataManager::GetInstance().SetCountryCode(c.countryCode);
+            CCodeDataManager::GetInstance().SetSearchReading(c.searchReading);
+            LogCapture log;
+            for (int round = 0; round < 3; ++round) {
+                EXPECT_EQ(CodingManager::isJapaneseCoding(), c.japanese);
+                EXPECT_EQ(CodingManager::isAsianCoding(), c.asian);
+                EXPECT_EQ(static_cast<int>(CodingManager::getCountryCode()), c.countryCode & 0xFF);
+            }
+            EXPECT_EQ(log.messages(DLT_LOG_INFO), c.records);
+            EXPECT_EQ(CCodeDataManager::GetInstance().GetQueryCount(), c.queries);
+        });
+    }
+}
+
+TEST(CodingManager, DirectSearchReadingQueryOnAnyMarket) {
+    inFreshProcess([] {
+        CCodeDataManager::GetInstance().SetCountryCode(6);
+        CCodeDataManager::GetInstance().SetSearchReading(7);
+        LogCapture log;
+        EXPECT_EQ(CodingManager::codingSearchReading(), 7);
+        EXPECT_EQ(CodingManager::codingSearchReading(), 7);
+        EXPECT_EQ(log.messages(DLT_LOG_INFO), std::vector<std::string>{"codingSearchReading 7"});
+    });
+}
+
+TEST(CodingManager, ValuesComeFromTheEnvironment) {
+    inFreshProcess([] {
+        setenv("TANGOR_COUNTRY_CODE", "9", 1);
+        setenv("TANGOR_SEARCH_READING", "1", 1);
+        EXPECT_TRUE(CodingManager::isAsianCoding());
+        EXPECT_EQ(CodingManager::codingSearchReading(), 1);
+    });
+    inFreshProcess([] {
+        unsetenv("TANGOR_COUNTRY_CODE");
+        unsetenv("TANGOR_SEARCH_READING");
+        EXPECT_EQ(static_cast<int>(CodingManager::getCountryCode()), 0);
+        EXPECT_EQ(CodingManager::codingSearchReading(), 0);
+    });
+}
+
+TEST(CodingManager, AFailingQueryReachesTheFirstCallerOnlyAndIsNotRepeated) {
+    inFreshProcess([] {
+        setenv("TANGOR_COUNTRY_CODE", "six", 1);
+        LogCapture log;
+        EXPECT_THROW(CodingManager::getCountryCode(), std::runtime_error);
+        EXPECT_EQ(static_cast<int>(CodingManager::getCountryCode()), 0);
+        EXPECT_FALSE(CodingManager::isAsianCoding());
+        EXPECT_EQ(CCodeDataManager::GetInstance().GetQueryCount(), 1);
+        EXPECT_TRUE(log.records().empty());
+    });
+    inFreshProcess([] {
+        CCodeDataManager::GetInstance().SetCountryCode(9);
+        setenv("TANGOR_SEARCH_READING", "1x", 1);
+        EXPECT_THROW(CodingManager::isAsianCoding(), std::runtime_error);
+        EXPECT_EQ(CodingManager::codingSearchReading(), -1);
+        EXPECT_FALSE(CodingManager::isAsianCoding());
+        EXPECT_EQ(CCodeDataManager::GetInstance().GetQueryCount(), 2);
+    });
+}
+
+TEST(CodingManager, ConcurrentFirstCallsAskTheServiceOnce) {
+    inFreshProcess([] {
+        CCodeDataManager::GetInstance().SetCountryCode(9);
+        CCodeDataManager::GetInstance().SetSearchReading(1);
+        LogCapture log;
+        std::vector<std::thread> threads;
+        std::vector<char> answers(8, 0);
+        for (char& answer : answers) {
+            threads.emplace_back([&answer] { answer = CodingManager::isAsianCoding(); });
+        }
+        for (std::thread& thread : threads) {
+            thread.join();
+        }
+        EXPECT_EQ(answers, std::vector<char>(8, 1));
+        EXPECT_EQ(CCodeDataManager::GetInstance().GetQueryCount(), 2);
+        EXPECT_EQ(log.records().size(), 2u);
+    });
+}
+
+}  // namespace
