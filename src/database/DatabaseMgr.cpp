@@ -2,31 +2,17 @@
 
 #include <dirent.h>
 #include <fcntl.h>
-#include <strings.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <cstring>
 #include <stdexcept>
 #include <vector>
 
+#include "database/DatabaseFiles.h"
 #include "database/Schema.h"
 #include "platform/Logging.h"
 
 namespace corvina {
-
-namespace {
-
-// A device identifier names a file inside the database directory and nothing else.
-bool isPlainDeviceId(const std::string& devId) {
-    return devId.find_first_of(std::string("/\0", 2)) == std::string::npos;
-}
-
-bool isDatabaseFileName(const char* name) {
-    return strcasestr(name, databaseExtension) != nullptr;
-}
-
-}  // namespace
 
 std::string DatabaseMgr::getDbNameFromDevId(const std::string& devId) {
     return databaseDirectory + devId + databaseExtension;
@@ -79,12 +65,8 @@ void DatabaseMgr::reset() {
     // still being read may make some file systems skip entries.
     std::vector<std::string> paths;
     while (const dirent* entry = readdir(directory)) {
-        const char* name = entry->d_name;
-        if (std::strcmp(name, ".") == 0 || std::strcmp(name, "..") == 0) {
-            continue;
-        }
-        if (isDatabaseFileName(name)) {
-            paths.push_back(databaseDirectory + std::string(name));
+        if (isDatabaseFileName(entry->d_name)) {
+            paths.push_back(databaseDirectory + std::string(entry->d_name));
         }
     }
     closedir(directory);

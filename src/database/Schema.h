@@ -1,6 +1,9 @@
 #pragma once
 
-// Every SQL text of the library: the schema script and the fixed statements run on it.
+// Every SQL text of the library, the schema script and the fixed statements run on it, and the
+// constants that govern the database files.
+
+#include <sys/types.h>
 
 #include "platform/FixedPaths.h"
 
@@ -12,6 +15,13 @@ inline constexpr char databaseExtension[] = ".tangor";
 inline constexpr int busyTimeoutMs = 3600000;
 
 inline constexpr char schemaVersion[] = "1.15";
+
+// Status that createDb gives the partition of a newly filled database.
+inline constexpr char newStatus[] = "NEW";
+
+// All database files together are kept within the budget; one file past the limit is reported.
+inline constexpr off_t storageBudget = 68157440;
+inline constexpr off_t singleFileLimit = 78643200;
 
 // Safe to run on a database that already has the schema: everything is created "IF NOT EXISTS".
 inline constexpr char schemaScript[] =
@@ -109,6 +119,9 @@ inline constexpr char insertPresenceSql[] =
     "REPLACE INTO PARTITION_PRESENCE(PARTITION_ID) VALUES ( ?);";
 inline constexpr char selectVersionSql[] = "SELECT VALUE FROM VERSION;";
 inline constexpr char selectCodingSql[] = "SELECT VALUE FROM CODING;";
+// The mount point follows in double quotes, then ";". SQLite takes a double-quoted token that names
+// no column as a string literal.
+inline constexpr char selectStatusSqlPrefix[] = "SELECT VALUE FROM STATUS WHERE MOUNTPOINT = ";
 inline constexpr char insertStatusSql[] =
     "REPLACE INTO STATUS(MOUNTPOINT,PARTITION_ID, VALUE) VALUES (?, ?, ?);";
 

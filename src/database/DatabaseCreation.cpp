@@ -1,0 +1,108 @@
+#include <tangor/coding/CodingManager.h>
+#include <tangor/database/DatabaseMgr.h>
+#include <tangor/metadata/Md5.h>
+
+#include <stdexcept>
+
+#include "database/Schema.h"
+#include "database/SingleRowInsert.h"
+#include "platform/Logging.h"
+
+namespace corvina {
+
+namespace {
+
+int currentCountryCode() { return static_cast<int>(CodingManager::getCountryCode()); }
+
+}  // namespace
+
+void DatabaseMgr::createDb(const std::string& devId, const std::string& mountPoint, bool isFirst) {
+    // A mismatching file is deleted and made anew once. A fresh file that mismatches again (its
+    // coding could not be written, or the old file could not be removed) would do so forever.
+    for (bool recreated = false;; recreated = true) {
+        TANGOR_LOG(DLT_LOG_INFO, "createDb");
+        checkAndDelete(devId, storageBudget);
+        sqlstl::sqlostream os;
+        open(devId, os, busyTimeoutMs);
+        os.exec(schemaScript);
+        sqlstl::sqlistream is;
+        open(devId, is, busyTimeoutMs);
+
+        const std::string version = getVersion(is);
+        bool current = true;
+        if (version.empty()) {
+            TANGOR_LOG(DLT_LOG_INFO, "Inserting db version: %s", schemaVersion);
+            insertVersion(os);
+            insertStatus(devId, mountPoint, newStatus);
+            insertCoding(os);
+        } else if (version != schemaVersion) {
+            TANGOR_LOG(DLT_LOG_INFO, "db version NOT equal: old %s, new %s DELETE DB",
+                       version.c_str(), schemaVersion);
+            current = false;
+        }
+        if (current) {
+            const int coding = getCoding(is);
+            if (coding != currentCountryCode()) {
+                TANGOR_LOG(DLT_LOG_INFO, "db coding NOT equal: old %d, new %d DELETE DB", coding,
+                           currentCountryCode());
+                current = false;
+            }
+        }
+        if (!current) {
+            os.close();
+            is.close();
+            deleteDb(devId);
+            if (recreated) {
+                throw std::runtime_error("COULD NOT RECREATE DB");
+            }
+            continue;
+        }
+
+        if (isFirst) {
+            TANGOR_LOG(DLT_LOG_INFO, "Is First partition erase partition presence");
+            os.exec(presenceResetScript);
+        }
+        insertPresence(os, mountPoint);
+        os.close();
+        is.close();
+        return;
+    }
+}
+
+void DatabaseMgr::insertVersion(sqlstl::sqlostream& os) {
+    insertSingleRow(os, insertVersionSql, schemaVersion);
+}
+
+void DatabaseMgr::insertCoding(sqlstl::sqlostream& os) {
+    TANGOR_LOG(DLT_LOG_INFO, "insertCoding");
+    insertSingleRow(os, insertCodingSql, currentCountryCode());
+}
+
+void DatabaseMgr::insertPresence(sqlstl::sqlostream& os, const std::string& mountPoint) {
+    TANGOR_LOG(DLT_LOG_INFO, "insertPresence");
+    const Md5 partitionId(Md5::Directory, mountPoint);
+    insertSingleRow(os, insertPresenceSql, partitionId.value.c_str());
+}
+
+std::string DatabaseMgr::getVersion(sqlstl::sqlistream& is) {
+    std::string version;
+    is.query(selectVersionSql);
+    is >> version >> sqlstl::step >> sqlstl::finalize;
+    // No row (eofbit) or a NULL (failbit) is a file without a version, not a failure.
+    if (is.bad()) {
+        throw std::runtime_error("COULD NOT GET DB VERSION");
+    }
+    return version;
+}
+
+int DatabaseMgr::getCoding(sqlstl::sqlistream& is) {
+    int coding = -1;
+    is.query(selectCodingSql);
+    is >> coding >> sqlstl::step >> sqlstl::finalize;
+    if (is.bad()) {
+        throw std::runtime_error("COULD NOT GET DB CODING");
+    }
+    return coding;
+}
+
+}  // namespace corvina

@@ -1,0 +1,52 @@
+#include <tangor/database/DatabaseMgr.h>
+#include <tangor/metadata/Md5.h>
+
+#include "database/Schema.h"
+#include "database/SingleRowInsert.h"
+#include "platform/Logging.h"
+
+namespace corvina {
+
+void DatabaseMgr::insertStatus(sqlstl::sqlostream& stream, const std::string& mountPoint,
+                               const char* value) {
+    TANGOR_LOG(DLT_LOG_INFO, "insertStatus %s: %s", mountPoint.c_str(), value);
+    const Md5 partitionId(Md5::Directory, mountPoint);
+    insertSingleRow(stream, insertStatusSql, mountPoint.c_str(), partitionId.value.c_str(), value);
+}
+
+void DatabaseMgr::insertStatus(const std::string& devId, const std::string& mountPoint,
+                               const char* value) {
+    TANGOR_LOG(DLT_LOG_INFO, "insertStatus: devId %s mountPoint %s", devId.c_str(),
+               mountPoint.c_str());
+    sqlstl::sqlostream os;
+    open(devId, os, busyTimeoutMs);
+    insertStatus(os, mountPoint, value);
+    os.close();
+}
+
+std::string DatabaseMgr::getStatus(const std::string& devId, const std::string& mountPoint) {
+    sqlstl::sqlistream is;
+    open(devId, is, busyTimeoutMs);
+    std::string status;
+    // Only the first statement of the text is prepared, and it is a SELECT: whatever the mount
+    // point holds, it can break the statement but not change the database.
+    std::string sql;
+    sql.reserve(sizeof selectStatusSqlPrefix + mountPoint.size() + 3);
+    sql.append(selectStatusSqlPrefix).append(1, '"').append(mountPoint).append("\";");
+    TANGOR_LOG(DLT_LOG_INFO, "getStatus: %s", sql.c_str());
+    is.query(sql.c_str());
+    is >> status >> sqlstl::step >> sqlstl::finalize;
+    is.close();
+    return status;
+}
+
+void DatabaseMgr::removeDanglingPartitions(const std::string& devId,
+                                           const std::string& mountPoint) {
+    TANGOR_LOG(DLT_LOG_INFO, "removeDanglingPartitions %s", mountPoint.c_str());
+    sqlstl::sqlostream os;
+    open(devId, os, busyTimeoutMs);
+    os.exec(removalScript);
+    os.close();
+}
+
+}  // namespace corvina
