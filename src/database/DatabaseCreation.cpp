@@ -12,7 +12,9 @@ namespace corvina {
 
 namespace {
 
-int currentCountryCode() { return static_cast<int>(CodingManager::getCountryCode()); }
+int currentCountryCode() {
+    return static_cast<int>(CodingManager::getCountryCode());
+}
 
 }  // namespace
 
