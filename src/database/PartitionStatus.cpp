@@ -9,7 +9,9 @@ namespace corvina {
 
 void DatabaseMgr::insertStatus(sqlstl::sqlostream& stream, const std::string& mountPoint,
                                const char* value) {
-    TANGOR_LOG(DLT_LOG_INFO, "insertStatus %s: %s", mountPoint.c_str(), value);
+    // A null value is a caller's error; the row's NOT NULL constraint refuses it, and the log
+    // must not pass a null pointer to %s.
+    TANGOR_LOG(DLT_LOG_INFO, "insertStatus %s: %s", mountPoint.c_str(), value ? value : "(null)");
     const Md5 partitionId(Md5::Directory, mountPoint);
     insertSingleRow(stream, insertStatusSql, mountPoint.c_str(), partitionId.value.c_str(), value);
 }
