@@ -1,7 +1,9 @@
-# Installs the built library into a scratch prefix, then builds and runs a small program against it,
-# once found with find_package() and once with pkg-config.
-file(REMOVE_RECURSE "${WORK_DIR}")
-set(prefix "${WORK_DIR}/prefix")
+# Installs the built library into PREFIX, then builds and runs a small program against it, once
+# found with find_package() and once with pkg-config. A cross build adds the consumer's configure
+# arguments (CONSUMER_ARGS) and the command that runs its programs (EMULATOR), each "|"-separated.
+file(REMOVE_RECURSE "${WORK_DIR}" "${PREFIX}")
+string(REPLACE "|" ";" consumer_args "${CONSUMER_ARGS}")
+string(REPLACE "|" ";" emulator "${EMULATOR}")
 
 function(run)
   execute_process(COMMAND ${ARGN} RESULT_VARIABLE result)
@@ -10,9 +12,9 @@ function(run)
   endif()
 endfunction()
 
-run(${CMAKE_COMMAND} --install "${TANGOR_BUILD_DIR}" --prefix "${prefix}")
+run(${CMAKE_COMMAND} --install "${TANGOR_BUILD_DIR}" --prefix "${PREFIX}")
 run(${CMAKE_COMMAND} -S "${CONSUMER_SOURCE_DIR}" -B "${WORK_DIR}/build" -G "${CMAKE_GENERATOR}"
-    "-DCMAKE_PREFIX_PATH=${prefix}")
+    "-DCMAKE_PREFIX_PATH=${PREFIX}" ${consumer_args})
 run(${CMAKE_COMMAND} --build "${WORK_DIR}/build")
-run("${WORK_DIR}/build/consumer_cmake")
-run("${WORK_DIR}/build/consumer_pkgconfig")
+run(${emulator} "${WORK_DIR}/build/consumer_cmake")
+run(${emulator} "${WORK_DIR}/build/consumer_pkgconfig")
