@@ -1,7 +1,5 @@
 #include <tangor/metadata/MetaDataInfo.h>
 
-#include <strings.h>
-
 #include <algorithm>
 #include <cctype>
 #include <cstring>
@@ -96,16 +94,42 @@ constexpr std::size_t longestGenre() {
     return longest;
 }
 
-// The first ".m4b" in any case must end the name, so "x.m4b.m4b" does not count.
+constexpr std::size_t shortestGenre() {
+    std::size_t shortest = podcastGenre.size();
+    for (const std::string_view keyword : audiobookGenres) {
+        shortest = std::min(shortest, keyword.size());
+    }
+    return shortest;
+}
+
+// ".m4b" at `at`, ignoring the case of its letters.
+bool isAudiobookExtensionAt(const char* text, std::size_t at) {
+    return text[at] == '.' && (text[at + 1] | 0x20) == 'm' && text[at + 2] == '4' &&
+           (text[at + 3] | 0x20) == 'b';
+}
+
+// The first ".m4b" in the name, in any case, must end it, so "x.m4b.m4b" does not count. The name
+// is read as a C string, up to its first NUL. An earlier ".m4b" cannot overlap the last four
+// characters, since that would put a "." among "m4b".
 bool hasAudiobookExtension(const std::string& name) {
-    const char* first = strcasestr(name.c_str(), ".m4b");
-    return first != nullptr && strcasecmp(first, ".m4b") == 0;
+    const char* text = name.c_str();
+    const std::size_t length = std::strlen(text);
+    if (length < 4 || !isAudiobookExtensionAt(text, length - 4)) {
+        return false;
+    }
+    for (std::size_t at = 0; at < length - 4; ++at) {
+        if (isAudiobookExtensionAt(text, at)) {
+            return false;
+        }
+    }
+    return true;
 }
 
 int audioTypeOfGenre(const std::string& genre) {
-    // A longer genre matches nothing; the bound also keeps the lowered copy on the stack.
+    // A genre of another length matches nothing; the bound also keeps the lowered copy on the
+    // stack.
     constexpr std::size_t capacity = longestGenre();
-    if (genre.size() > capacity) {
+    if (genre.size() < shortestGenre() || genre.size() > capacity) {
         return MetaDataInfo::Music;
     }
     char buffer[capacity];

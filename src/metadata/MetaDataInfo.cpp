@@ -38,6 +38,9 @@ std::string_view tagOf(const StrippedValue& tag) {
 }
 
 std::string joined(std::string_view prefix, std::string_view path) {
+    if (prefix.empty()) {
+        return std::string(path);
+    }
     std::string text;
     text.reserve(prefix.size() + path.size());
     text.append(prefix).append(path);
@@ -45,13 +48,12 @@ std::string joined(std::string_view prefix, std::string_view path) {
 }
 
 std::string_view directoryOf(std::string_view path) {
-    const std::size_t slash = path.rfind('/');
-    return slash == std::string_view::npos ? path : path.substr(0, slash);
+    return path.substr(0, path.rfind('/'));
 }
 
-std::string_view nameOf(std::string_view path) {
-    const std::size_t slash = path.rfind('/');
-    return slash == std::string_view::npos ? path : path.substr(slash + 1);
+// What follows `directory`, a prefix of `path` that is all of it when it holds no "/".
+std::string_view nameOf(std::string_view path, const std::string& directory) {
+    return directory.size() < path.size() ? path.substr(directory.size() + 1) : path;
 }
 
 // The name without its last extension; there is no placeholder, so ".mp3" gives "".
@@ -154,8 +156,8 @@ MetaDataInfo::MetaDataInfo(const std::string& path, const std::string& mountPoin
 MetaDataInfo::MetaDataInfo(const Input& input)
     : path(joined(input.prefix, input.path)),
       directory(directoryOf(input.path)),
-      name(nameOf(input.path)),
-      title(titleOf(input.title, nameOf(input.path))),
+      name(nameOf(input.path, directory)),
+      title(titleOf(input.title, name)),
       artist(tagOr(input.artist, "Various Artists")),
       album(tagOr(input.album, "Various Albums")),
       genre(tagOr(input.genre, "Various Genres")),
