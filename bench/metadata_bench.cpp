@@ -1,6 +1,8 @@
 // Building a track record against its floor: the seven MD5 digests a record cannot do without,
 // taken with the same GLib call on the same texts in the same run. Target: a record costs at most
-// 1.3 times its seven digests. The ratios are printed after the table (medians when repeated).
+// 1.3 times its seven digests. The ratios of CPU times are printed after the table, from the
+// medians when repeated:
+//   metadata_bench --benchmark_repetitions=10 --benchmark_enable_random_interleaving=true
 #include <tangor/metadata/MetaDataInfo.h>
 
 #include <benchmark/benchmark.h>
@@ -67,6 +69,8 @@ BENCHMARK(BM_RecordFromStrippedValues);
 // The console table, then each record benchmark's CPU time over the floor's.
 class RatioReporter : public benchmark::ConsoleReporter {
 public:
+    RatioReporter() : ConsoleReporter(OO_Tabular) {}
+
     void ReportRuns(const std::vector<Run>& runs) override {
         ConsoleReporter::ReportRuns(runs);
         for (const Run& run : runs) {

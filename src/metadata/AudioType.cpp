@@ -126,8 +126,8 @@ bool hasAudiobookExtension(const std::string& name) {
 }
 
 int audioTypeOfGenre(const std::string& genre) {
-    // A genre of another length matches nothing; the bound also keeps the lowered copy on the
-    // stack.
+    // A genre shorter or longer than every keyword matches none; the bound also keeps the lowered
+    // copy on the stack.
     constexpr std::size_t capacity = longestGenre();
     if (genre.size() < shortestGenre() || genre.size() > capacity) {
         return MetaDataInfo::Music;
