@@ -114,17 +114,9 @@ MetaDataInfo::MetaDataInfo(const std::string& path, const std::string& mountPoin
                            const std::string& album, const std::string& genre,
                            const std::string& composer, int trackIndex, int discNumber,
                            long lastModified)
-    : MetaDataInfo(Input{path,
-                         {},
-                         mountPoint,
-                         tagOf(title),
-                         tagOf(artist),
-                         tagOf(album),
-                         tagOf(genre),
-                         tagOf(composer),
-                         trackIndex,
-                         discNumber,
-                         lastModified}) {}
+    // Without a prefix, the prefixed form gives exactly this record.
+    : MetaDataInfo(path, mountPoint, title, artist, album, genre, composer, trackIndex, discNumber,
+                   lastModified, std::string()) {}
 
 MetaDataInfo::MetaDataInfo(const std::string& path, const std::string& mountPoint,
                            const std::string& title, const std::string& artist,

@@ -1,5 +1,3 @@
-#include <tangor/metadata/Md5.h>
-
 #include <gtest/gtest.h>
 #include <sqlite3.h>
 
@@ -17,14 +15,11 @@ namespace {
 using tangor::test::DatabaseTest;
 using tangor::test::execSql;
 using tangor::test::exists;
+using tangor::test::idOf;
 using tangor::test::queryRows;
 using tangor::test::removeTree;
 using tangor::test::writeFile;
 using Rows = std::vector<std::string>;
-
-std::string idOf(const std::string& mountPoint) {
-    return corvina::Md5(corvina::Md5::Directory, mountPoint).value;
-}
 
 std::string thrownBy(const std::function<void()>& call) {
     try {

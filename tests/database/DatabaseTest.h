@@ -4,6 +4,7 @@
 // captured log, and the market fixed at country code 9 for the whole test process.
 
 #include <tangor/database/DatabaseMgr.h>
+#include <tangor/metadata/Md5.h>
 #include <tangor/platform/CCodeDataManager.h>
 
 #include <filesystem>
@@ -14,6 +15,11 @@
 namespace tangor::test {
 
 inline constexpr int kTestCountryCode = 9;
+
+// The partition identifier of a mount point.
+inline std::string idOf(const std::string& mountPoint) {
+    return corvina::Md5(corvina::Md5::Directory, mountPoint).value;
+}
 
 class DatabaseTest : public FixedPathsTest {
 protected:

@@ -1,5 +1,3 @@
-#include <tangor/metadata/Md5.h>
-
 #include <gtest/gtest.h>
 
 #include <stdexcept>
@@ -13,16 +11,13 @@ namespace {
 
 using tangor::test::DatabaseTest;
 using tangor::test::execSql;
+using tangor::test::idOf;
 using tangor::test::queryRows;
 using tangor::test::removeTree;
 using tangor::test::writeFile;
 using Rows = std::vector<std::string>;
 
 const std::string kTimeout = "Set timeout to 3600000 ms";
-
-std::string idOf(const std::string& mountPoint) {
-    return corvina::Md5(corvina::Md5::Directory, mountPoint).value;
-}
 
 std::string selectFor(const std::string& mountPoint) {
     return "SELECT VALUE FROM STATUS WHERE MOUNTPOINT = \"" + mountPoint + "\";";
