@@ -67,33 +67,12 @@ TEST(CodingManager, AnswersFollowTheMarketAndEachValueIsAskedOnce) {
     }
 }
 
-TEST(CodingManager, DirectSearchReadingQueryOnAnyMarket) {
-    inFreshProcess([] {
-        CCodeDataManager::GetInstance().SetCountryCode(6);
-        CCodeDataManager::GetInstance().SetSearchReading(7);
-        LogCapture log;
-        EXPECT_EQ(CodingManager::codingSearchReading(), 7);
-        EXPECT_EQ(CodingManager::codingSearchReading(), 7);
-        EXPECT_EQ(log.messages(DLT_LOG_INFO), std::vector<std::string>{"codingSearchReading 7"});
-    });
-}
-
-TEST(CodingManager, ValuesComeFromTheEnvironment) {
+TEST(CodingManager, EnvironmentValuesAndAFailingQueryThatIsNotRepeated) {
     inFreshProcess([] {
         setenv("TANGOR_COUNTRY_CODE", "9", 1);
         setenv("TANGOR_SEARCH_READING", "1", 1);
         EXPECT_TRUE(CodingManager::isAsianCoding());
-        EXPECT_EQ(CodingManager::codingSearchReading(), 1);
     });
-    inFreshProcess([] {
-        unsetenv("TANGOR_COUNTRY_CODE");
-        unsetenv("TANGOR_SEARCH_READING");
-        EXPECT_EQ(static_cast<int>(CodingManager::getCountryCode()), 0);
-        EXPECT_EQ(CodingManager::codingSearchReading(), 0);
-    });
-}
-
-TEST(CodingManager, AFailingQueryReachesTheFirstCallerOnlyAndIsNotRepeated) {
     inFreshProcess([] {
         setenv("TANGOR_COUNTRY_CODE", "six", 1);
         LogCapture log;
