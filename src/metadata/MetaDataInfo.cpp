@@ -1,5 +1,10 @@
 #include <tangor/metadata/MetaDataInfo.h>
 
+#include <tangor/coding/CodingManager.h>
+#include <tangor/phonetic/phonetic.h>
+#include <tangor/platform/normalize.h>
+
+#include <cctype>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
@@ -250,6 +255,66 @@ void MetaDataInfo::swap(MetaDataInfo& other) noexcept {
     swap(audioType, other.audioType);
     swap(prefix, other.prefix);
     swap(asianFields, other.asianFields);
+}
+
+namespace {
+
+// `source` up to its first NUL with ASCII letters lowered, for a text the engine cannot read.
+char* loweredCopy(const std::string& source) {
+    char* copy = strdup(source.c_str());
+    if (copy != nullptr) {
+        for (char* byte = copy; *byte != 0; ++byte) {
+            *byte = static_cast<char>(std::tolower(static_cast<unsigned char>(*byte)));
+        }
+    }
+    return copy;
+}
+
+// The transliteration may cut a line ending off its argument, so it reads a copy; texts of usual
+// length are copied on the stack.
+char* transliterationOf(const std::string& source) {
+    char local[256];
+    const std::size_t length = std::strlen(source.c_str());
+    if (length < sizeof(local)) {
+        std::memcpy(local, source.c_str(), length + 1);
+        return transf_to_pinyin(local);
+    }
+    std::string copy(source.c_str(), length);
+    return transf_to_pinyin(copy.data());
+}
+
+// An empty transliteration is the engine's constant: it is dropped, never released.
+char* asianReadingOf(const std::string& source) {
+    char* reading = transliterationOf(source);
+    if (reading != nullptr && reading[0] != 0) {
+        return reading;
+    }
+    return loweredCopy(source);
+}
+
+char* japaneseReadingOf(const std::string& source) {
+    return normalize_utf8(source.c_str(), static_cast<unsigned>(source.size()), nullptr);
+}
+
+}  // namespace
+
+void MetaDataInfo::setAsianFields() {
+    release(asianFields);
+    asianFields = nullptr;
+    char* (*readingOf)(const std::string&) = nullptr;
+    if (CodingManager::isAsianCoding()) {
+        readingOf = asianReadingOf;
+    } else if (CodingManager::isJapaneseCoding()) {
+        readingOf = japaneseReadingOf;
+    } else {
+        return;
+    }
+    asianFields = new AsianFields;
+    asianFields->title = readingOf(title);
+    asianFields->artist = readingOf(artist);
+    asianFields->album = readingOf(album);
+    asianFields->genre = readingOf(genre);
+    asianFields->composer = readingOf(composer);
 }
 
 StrippedValue trim(const char* text, unsigned length) {

@@ -73,6 +73,14 @@ public:
     // one of a fixed table of audiobook keywords. Calling it again gives the same result.
     int getAudioType();
 
+    // Replaces the record's reading set, from its final texts (placeholders included). On the
+    // Chinese markets each reading is the transliteration of its text, or the text with ASCII
+    // letters lowered where there is none (the engine must have been started with init_lib); on
+    // the Japanese market it is what normalize_utf8 gives, null included; elsewhere the record is
+    // left without a set. Asks the market on every call; not for two threads at once on the
+    // Chinese markets, since the engine's work area is the process's one.
+    void setAsianFields();
+
     std::string path;
     std::string directory;  // `path` up to its last "/"; all of it when it has none
     std::string name;       // `path` after its last "/"; all of it when it has none
