@@ -104,6 +104,21 @@ std::uint32_t partitionPoint(std::uint32_t lo, std::uint32_t hi, Below below) {
     return lo;
 }
 
+// The same, for a point expected near `lo`: probes lo, lo + 1, lo + 3, ... before halving.
+template <typename Below>
+std::uint32_t partitionPointNear(std::uint32_t lo, std::uint32_t hi, Below below) {
+    std::uint32_t step = 1;
+    while (lo < hi && below(lo)) {
+        const std::uint32_t next = hi - lo > step ? lo + step : hi;
+        if (next == hi || !below(next)) {
+            return partitionPoint(lo + 1, next, below);
+        }
+        lo = next + 1;
+        step *= 2;
+    }
+    return lo;
+}
+
 }  // namespace
 
 bool validateDictionary(const unsigned char* words, std::uint32_t wordsSize,
@@ -166,7 +181,9 @@ std::int32_t WordTable::longestMatch(const unsigned char* text, int maxUnits) co
             ++lo;
         }
         lo = partitionPoint(lo, hi, [&](std::uint32_t e) { return unitOf(e, position) < unit; });
-        hi = partitionPoint(lo, hi, [&](std::uint32_t e) { return unitOf(e, position) <= unit; });
+        // Few entries share a unit: the range's end is near its start.
+        hi = partitionPointNear(lo, hi,
+                                [&](std::uint32_t e) { return unitOf(e, position) <= unit; });
         if (lo < hi && wordLength(lo) == position + 1) {
             found = static_cast<std::int32_t>(lo);
         }
