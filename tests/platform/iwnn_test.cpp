@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <deque>
 #include <functional>
 #include <string>
 #include <vector>
@@ -84,11 +85,12 @@ protected:
         return njx_init(work_.get(), nullptr);
     }
 
-    // The first record of splitting `text`.
-    IwnnWord wordOf(const std::string& text) {
+    // The first record of splitting `text`, which stays in place as long as the test runs.
+    IwnnWord wordOf(const std::u16string& text) {
+        const std::string& units16 = texts_.emplace_back(utf16(text));
         std::vector<IwnnWord> records(IWNN_MAX_WORDS);
         std::uint8_t consumed = 0;
-        EXPECT_GT(mmx_split_word(work_.get(), units(text), &consumed, records.data()), 0);
+        EXPECT_GT(mmx_split_word(work_.get(), units(units16), &consumed, records.data()), 0);
         return records[0];
     }
 
@@ -96,6 +98,7 @@ protected:
     std::string settings_;
     std::string words_;
     EngineWork work_;
+    std::deque<std::string> texts_;
 };
 
 TEST_F(IwnnTest, SplitTakesTheLongestWordAndUnknownUnitsOneByOne) {
@@ -134,7 +137,7 @@ TEST_F(IwnnTest, SplitStopsAtFiftyRecordsOrBeforeAWordWouldPass255Units) {
 
 TEST_F(IwnnTest, ReadingIsCutToTheBufferButNeverInsideASurrogatePair) {
     ASSERT_EQ(start(settings_, words_), 0);
-    const IwnnWord moon = wordOf(utf16(u"月"));
+    const IwnnWord moon = wordOf(u"月");
     // The reading a😀b is four units: a, a high and a low surrogate, b.
     const std::pair<int, std::u16string> cases[] = {
         {112, u"a😀b"}, {10, u"a😀b"}, {8, u"a😀"}, {6, u"a"}, {4, u"a"}, {2, u""},
@@ -149,7 +152,7 @@ TEST_F(IwnnTest, ReadingIsCutToTheBufferButNeverInsideASurrogatePair) {
         EXPECT_EQ(buffer, written + std::string(112 - written.size(), '\xA5')) << size;
         EXPECT_EQ(flag, 7);
     }
-    const IwnnWord unknown = wordOf(utf16(u"生"));
+    const IwnnWord unknown = wordOf(u"生");
     unsigned char buffer[112] = {0xA5};
     EXPECT_EQ(mmx_get_yomi(work_.get(), &unknown, buffer, 112, nullptr), 0);
     EXPECT_EQ(mmx_get_yomi(work_.get(), &moon, buffer, 1, nullptr), 0);
@@ -160,9 +163,9 @@ TEST_F(IwnnTest, CandidateIsTheWholeWordWithinTheLimitOrFails) {
     std::string limited = settings_;
     setU16(limited, 18, 3);  // the candidate limit
     ASSERT_EQ(start(limited, words_), 0);
-    const IwnnWord pair = wordOf(utf16(u"北京"));
-    const IwnnWord four = wordOf(utf16(u"北京大学"));
-    const IwnnWord unknown = wordOf(utf16(u"生"));
+    const IwnnWord pair = wordOf(u"北京");
+    const IwnnWord four = wordOf(u"北京大学");
+    const IwnnWord unknown = wordOf(u"生");
     unsigned char buffer[112];
     EXPECT_EQ(njx_get_candidate(work_.get(), &four, buffer, sizeof buffer), -1);
     EXPECT_EQ(njx_get_candidate(work_.get(), &pair, buffer, 5), -1);
@@ -172,7 +175,7 @@ TEST_F(IwnnTest, CandidateIsTheWholeWordWithinTheLimitOrFails) {
     EXPECT_EQ(std::string(reinterpret_cast<char*>(buffer), 4), utf16(u"生"));
 
     ASSERT_EQ(start(settings_, words_), 0);
-    const IwnnWord whole = wordOf(utf16(u"北京大学"));
+    const IwnnWord whole = wordOf(u"北京大学");
     EXPECT_EQ(njx_get_candidate(work_.get(), &whole, buffer, 9), -1);
     EXPECT_EQ(njx_get_candidate(work_.get(), &whole, buffer, 10), 4);
 }
@@ -182,7 +185,7 @@ TEST_F(IwnnTest, CallsFailBeforeInitOnForeignRecordsAndAfterTheImagesChange) {
     const std::string text = utf16(u"北京");
     EXPECT_LT(split(work_.get(), text).count, 0);
     ASSERT_EQ(njx_init(work_.get(), nullptr), 0);
-    const IwnnWord good = wordOf(text);
+    const IwnnWord good = wordOf(u"北京");
     const IwnnWord records[] = {
         {good.text, good.length, kCount},    // past the last entry
         {good.text, 1, good.entry},          // not the entry's length
@@ -214,7 +217,7 @@ TEST_F(IwnnTest, WithoutImagesEveryUnitIsAWordWithoutReading) {
     work_.place(std::nullopt, std::nullopt);
     ASSERT_EQ(njx_init(work_.get(), nullptr), 0);
     EXPECT_EQ(split(work_.get(), utf16(u"北京")).words, "北:-1 京:-1");
-    const IwnnWord unknown = wordOf(utf16(u"北"));
+    const IwnnWord unknown = wordOf(u"北");
     unsigned char buffer[112];
     EXPECT_EQ(mmx_get_yomi(work_.get(), &unknown, buffer, 112, nullptr), 0);
     EXPECT_EQ(njx_get_candidate(work_.get(), &unknown, buffer, 112), 1);
