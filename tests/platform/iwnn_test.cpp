@@ -5,9 +5,8 @@
 #include <gtest/gtest.h>
 
 #include <deque>
-#include <functional>
 #include <string>
-#include <vector>
+#include <tuple>
 
 #include "platform/iwnn/DictionaryFormat.h"
 #include "support/EngineWork.h"
@@ -18,8 +17,6 @@ namespace tangor::test {
 namespace {
 
 using corvina::iwnn::fnv1a32;
-using corvina::iwnn::writeU16;
-using corvina::iwnn::writeU32;
 using Room = EngineWork::Room;
 
 // iwnn_words.txt sorted: 0 abcdefghij, 1 京, 2 北, 3 北京, 4 北京大学, 5 月, 6 龙, 7 龙卷风; the
@@ -38,36 +35,46 @@ std::string utf16(const std::u16string& text) {
     return bytes;
 }
 
+std::string repeat(const std::string& text, int times) {
+    std::string result;
+    for (int i = 0; i < times; ++i) {
+        result += text;
+    }
+    return result;
+}
+
 const unsigned char* units(const std::string& bytes) {
     return reinterpret_cast<const unsigned char*>(bytes.data());
 }
 
-void setU16(std::string& image, std::size_t at, std::uint16_t value) {
-    writeU16(reinterpret_cast<unsigned char*>(&image[at]), value);
+unsigned char* bytes(std::string& buffer) {
+    return reinterpret_cast<unsigned char*>(&buffer[0]);
 }
 
-void setU32(std::string& image, std::size_t at, std::uint32_t value) {
-    writeU32(reinterpret_cast<unsigned char*>(&image[at]), value);
+// What a 112-byte buffer filled with 0xA5 holds after `written` went to its start.
+std::string padded(const std::string& written) {
+    return written + std::string(112 - written.size(), '\xA5');
 }
 
-struct Split {
-    int count = 0;
-    int consumed = 0;
-    std::string words;  // "word:entry" per record, space-separated
-};
+// Writes a big-endian field of 1, 2 or 4 bytes.
+void setField(std::string& image, std::size_t at, int width, std::uint32_t value) {
+    for (int i = width - 1; i >= 0; --i, value >>= 8) {
+        image[at + i] = static_cast<char>(value & 0xFF);
+    }
+}
 
-Split split(IwnnWork* work, const std::string& text) {
-    std::vector<IwnnWord> records(IWNN_MAX_WORDS);
+// "word:entry" per record, then "/" and the units consumed; "fails" when the split fails.
+std::string split(IwnnWork* work, const std::string& text) {
+    IwnnWord records[IWNN_MAX_WORDS];
     std::uint8_t consumed = 0;
-    Split result;
-    result.count = mmx_split_word(work, units(text), &consumed, records.data());
-    result.consumed = consumed;
-    for (int k = 0; k < result.count; ++k) {
+    const int count = mmx_split_word(work, units(text), &consumed, records);
+    std::string result = count < 0 ? "fails" : "";
+    for (int k = 0; k < count; ++k) {
         char word[3 * 55 + 1];
         utf16be_to_utf8(records[k].text, word, records[k].length);
-        result.words += (k ? " " : "") + std::string(word) + ":" + std::to_string(records[k].entry);
+        result += std::string(word) + ":" + std::to_string(records[k].entry) + " ";
     }
-    return result;
+    return count < 0 ? result : result + "/" + std::to_string(consumed);
 }
 
 class IwnnTest : public ::testing::Test {
@@ -87,10 +94,11 @@ protected:
 
     // The first record of splitting `text`, which stays in place as long as the test runs.
     IwnnWord wordOf(const std::u16string& text) {
-        const std::string& units16 = texts_.emplace_back(utf16(text));
-        std::vector<IwnnWord> records(IWNN_MAX_WORDS);
+        IwnnWord records[IWNN_MAX_WORDS] = {};
         std::uint8_t consumed = 0;
-        EXPECT_GT(mmx_split_word(work_.get(), units(units16), &consumed, records.data()), 0);
+        EXPECT_GT(mmx_split_word(work_.get(), units(texts_.emplace_back(utf16(text))), &consumed,
+                                 records),
+                  0);
         return records[0];
     }
 
@@ -103,36 +111,29 @@ protected:
 
 TEST_F(IwnnTest, SplitTakesTheLongestWordAndUnknownUnitsOneByOne) {
     ASSERT_EQ(start(settings_, words_), 0);
-    const std::pair<std::u16string, std::string> cases[] = {
-        {u"北京大学生", "北京大学:4 生:-1"},
-        {u"北京大", "北京:3 大:-1"},
-        {u"北大", "北:2 大:-1"},
-        {u"京北京", "京:1 北京:3"},
-        {u"abcdefghijk", "abcdefghij:0 k:-1"},
-        {u"abcdefghi", "a:-1 b:-1 c:-1 d:-1 e:-1 f:-1 g:-1 h:-1 i:-1"},
-        {u"龙卷风", "龙卷风:7"},
-        {u"龙卷", "龙:6 卷:-1"},
-        {u"", ""},
-    };
-    for (const auto& [text, expected] : cases) {
-        const Split result = split(work_.get(), utf16(text));
-        EXPECT_EQ(result.words, expected);
-        EXPECT_EQ(result.consumed, static_cast<int>(text.size())) << expected;
-    }
-    EXPECT_EQ(nj_strlen(units(utf16(u"北京大学生"))), 5);
-    EXPECT_EQ(nj_strlen(nullptr), 0);
-}
-
-TEST_F(IwnnTest, SplitStopsAtFiftyRecordsOrBeforeAWordWouldPass255Units) {
-    ASSERT_EQ(start(settings_, words_), 0);
     std::u16string tenUnitWords;
     for (int i = 0; i < 30; ++i) {
         tenUnitWords += u"abcdefghij";
     }
-    const Split fifty = split(work_.get(), utf16(std::u16string(60, u'x')));
-    const Split twentyFive = split(work_.get(), utf16(tenUnitWords));
-    EXPECT_EQ(std::make_pair(fifty.count, fifty.consumed), std::make_pair(50, 50));
-    EXPECT_EQ(std::make_pair(twentyFive.count, twentyFive.consumed), std::make_pair(25, 250));
+    const std::pair<std::u16string, std::string> cases[] = {
+        {u"北京大学生", "北京大学:4 生:-1 /5"},
+        {u"北京大", "北京:3 大:-1 /3"},
+        {u"北大", "北:2 大:-1 /2"},
+        {u"京北京", "京:1 北京:3 /3"},
+        {u"abcdefghijk", "abcdefghij:0 k:-1 /11"},
+        {u"abcdefghi", "a:-1 b:-1 c:-1 d:-1 e:-1 f:-1 g:-1 h:-1 i:-1 /9"},
+        {u"龙卷风", "龙卷风:7 /3"},
+        {u"龙卷", "龙:6 卷:-1 /2"},
+        {u"", "/0"},
+        // At most 50 records, and never a word that would take the count past 255 units.
+        {std::u16string(60, u'x'), repeat("x:-1 ", 50) + "/50"},
+        {tenUnitWords, repeat("abcdefghij:0 ", 25) + "/250"},
+    };
+    for (const auto& [text, expected] : cases) {
+        EXPECT_EQ(split(work_.get(), utf16(text)), expected);
+    }
+    EXPECT_EQ(nj_strlen(units(utf16(u"北京大学生"))), 5);
+    EXPECT_EQ(nj_strlen(nullptr), 0);
 }
 
 TEST_F(IwnnTest, ReadingIsCutToTheBufferButNeverInsideASurrogatePair) {
@@ -145,159 +146,134 @@ TEST_F(IwnnTest, ReadingIsCutToTheBufferButNeverInsideASurrogatePair) {
     for (const auto& [size, expected] : cases) {
         std::string buffer(112, '\xA5');
         std::uint8_t flag = 7;
-        const int n = mmx_get_yomi(work_.get(), &moon, reinterpret_cast<unsigned char*>(&buffer[0]),
-                                   size, &flag);
-        const std::string written = utf16(expected);
-        EXPECT_EQ(n, static_cast<int>(expected.size())) << size;
-        EXPECT_EQ(buffer, written + std::string(112 - written.size(), '\xA5')) << size;
+        EXPECT_EQ(mmx_get_yomi(work_.get(), &moon, bytes(buffer), size, &flag),
+                  static_cast<int>(expected.size()));
+        EXPECT_EQ(buffer, padded(utf16(expected))) << size;
         EXPECT_EQ(flag, 7);
     }
     const IwnnWord unknown = wordOf(u"生");
-    unsigned char buffer[112] = {0xA5};
-    EXPECT_EQ(mmx_get_yomi(work_.get(), &unknown, buffer, 112, nullptr), 0);
-    EXPECT_EQ(mmx_get_yomi(work_.get(), &moon, buffer, 1, nullptr), 0);
-    EXPECT_EQ(buffer[0], 0xA5);
+    std::string buffer(112, '\xA5');
+    EXPECT_EQ(mmx_get_yomi(work_.get(), &unknown, bytes(buffer), 112, nullptr), 0);
+    EXPECT_EQ(mmx_get_yomi(work_.get(), &moon, bytes(buffer), 1, nullptr), 0);
+    EXPECT_EQ(buffer, padded(""));
 }
 
-TEST_F(IwnnTest, CandidateIsTheWholeWordWithinTheLimitOrFails) {
-    std::string limited = settings_;
-    setU16(limited, 18, 3);  // the candidate limit
-    ASSERT_EQ(start(limited, words_), 0);
-    const IwnnWord pair = wordOf(u"北京");
-    const IwnnWord four = wordOf(u"北京大学");
-    const IwnnWord unknown = wordOf(u"生");
-    unsigned char buffer[112];
-    EXPECT_EQ(njx_get_candidate(work_.get(), &four, buffer, sizeof buffer), -1);
-    EXPECT_EQ(njx_get_candidate(work_.get(), &pair, buffer, 5), -1);
-    EXPECT_EQ(njx_get_candidate(work_.get(), &pair, buffer, 6), 2);
-    EXPECT_EQ(std::string(reinterpret_cast<char*>(buffer), 6), utf16(u"北京"));
-    EXPECT_EQ(njx_get_candidate(work_.get(), &unknown, buffer, sizeof buffer), 1);
-    EXPECT_EQ(std::string(reinterpret_cast<char*>(buffer), 4), utf16(u"生"));
-
-    ASSERT_EQ(start(settings_, words_), 0);
-    const IwnnWord whole = wordOf(u"北京大学");
-    EXPECT_EQ(njx_get_candidate(work_.get(), &whole, buffer, 9), -1);
-    EXPECT_EQ(njx_get_candidate(work_.get(), &whole, buffer, 10), 4);
+TEST_F(IwnnTest, CandidateIsTheWholeWordWithinTheLimitAndTheBufferOrNothing) {
+    // Rows: the candidate limit, the word, the buffer's size, the result.
+    const std::tuple<int, std::u16string, int, int> cases[] = {
+        {55, u"北京大学", 10, 4}, {55, u"北京大学", 9, -1}, {3, u"北京大学", 112, -1},
+        {3, u"北京", 6, 2},       {3, u"生", 4, 1},
+    };
+    for (const auto& [limit, word, size, expected] : cases) {
+        std::string settings = settings_;
+        setField(settings, 18, 2, limit);
+        ASSERT_EQ(start(settings, words_), 0);
+        const IwnnWord record = wordOf(word);
+        std::string buffer(112, '\xA5');
+        EXPECT_EQ(njx_get_candidate(work_.get(), &record, bytes(buffer), size), expected);
+        EXPECT_EQ(buffer, padded(expected > 0 ? utf16(word) : "")) << expected;
+    }
 }
 
-TEST_F(IwnnTest, CallsFailBeforeInitOnForeignRecordsAndAfterTheImagesChange) {
+TEST_F(IwnnTest, CallsFailBeforeInitOnForeignRecordsAndAfterTheImagesChangeOrRunWithout) {
     work_.place(settings_, words_);
-    const std::string text = utf16(u"北京");
-    EXPECT_LT(split(work_.get(), text).count, 0);
+    EXPECT_EQ(split(work_.get(), utf16(u"北京")), "fails");
     ASSERT_EQ(njx_init(work_.get(), nullptr), 0);
     const IwnnWord good = wordOf(u"北京");
-    const IwnnWord records[] = {
-        {good.text, good.length, kCount},    // past the last entry
-        {good.text, 1, good.entry},          // not the entry's length
-        {good.text, 2, -1},                  // an unknown word is one unit
-        {nullptr, good.length, good.entry},  // no text
+    IwnnDicSet& set = work_.get()->dicSet;
+    void* const settings = set.buffers[IWNN_SETTINGS_BUFFER];
+    // Each row: a record, and whether the loader has since dropped the settings image.
+    const std::pair<IwnnWord, bool> cases[] = {
+        {{good.text, good.length, kCount}, false},    // past the last entry
+        {{good.text, 1, good.entry}, false},          // not the entry's length
+        {{good.text, 2, -1}, false},                  // an unknown word is one unit
+        {{nullptr, good.length, good.entry}, false},  // no text
+        {good, true},
     };
     unsigned char buffer[112];
-    for (const IwnnWord& record : records) {
+    for (const auto& [record, dropped] : cases) {
+        set.buffers[IWNN_SETTINGS_BUFFER] = dropped ? nullptr : settings;
         EXPECT_LT(mmx_get_yomi(work_.get(), &record, buffer, 112, nullptr), 0) << record.entry;
         EXPECT_LT(njx_get_candidate(work_.get(), &record, buffer, 112), 0) << record.entry;
     }
-    std::uint8_t consumed = 0;
-    EXPECT_LT(mmx_split_word(work_.get(), units(text), &consumed, nullptr), 0);
+    EXPECT_EQ(split(work_.get(), utf16(u"北京")), "fails");
+    set.buffers[IWNN_SETTINGS_BUFFER] = settings;
+    set.table[0].image = set.buffers[0];
+    EXPECT_EQ(split(work_.get(), utf16(u"北京")), "fails");
+    set.table[0].image = const_cast<void*>(set.loaded.words);
+    EXPECT_EQ(split(work_.get(), utf16(u"北京")), "北京:3 /2");
     EXPECT_LT(mmx_get_yomi(nullptr, &good, buffer, 112, nullptr), 0);
 
-    // The loader frees or replaces the images: the engine no longer trusts them.
-    void* image = work_.get()->dicSet.table[0].image;
-    work_.get()->dicSet.table[0].image = nullptr;
-    EXPECT_LT(split(work_.get(), text).count, 0);
-    EXPECT_LT(mmx_get_yomi(work_.get(), &good, buffer, 112, nullptr), 0);
-    EXPECT_LT(njx_get_candidate(work_.get(), &good, buffer, 112), 0);
-    work_.get()->dicSet.table[0].image = image;
-    std::swap(work_.get()->dicSet.buffers[0], work_.get()->dicSet.buffers[IWNN_SETTINGS_BUFFER]);
-    EXPECT_LT(split(work_.get(), text).count, 0);
-    std::swap(work_.get()->dicSet.buffers[0], work_.get()->dicSet.buffers[IWNN_SETTINGS_BUFFER]);
-}
-
-TEST_F(IwnnTest, WithoutImagesEveryUnitIsAWordWithoutReading) {
+    // Without either image every unit is a word of its own, without a reading.
     work_.place(std::nullopt, std::nullopt);
     ASSERT_EQ(njx_init(work_.get(), nullptr), 0);
-    EXPECT_EQ(split(work_.get(), utf16(u"北京")).words, "北:-1 京:-1");
     const IwnnWord unknown = wordOf(u"北");
-    unsigned char buffer[112];
+    EXPECT_EQ(split(work_.get(), utf16(u"北京")), "北:-1 京:-1 /2");
     EXPECT_EQ(mmx_get_yomi(work_.get(), &unknown, buffer, 112, nullptr), 0);
     EXPECT_EQ(njx_get_candidate(work_.get(), &unknown, buffer, 112), 1);
 }
 
-// Each row breaks one rule; the checksum and size in the settings are made to match a changed
-// words image, so that the row's own fault is the one found.
+// Each row breaks one rule: it writes `value` into a field of `width` bytes (0: resizes the image
+// to `value` bytes). The settings are made to match a changed words image's size and checksum, so
+// that the row's own fault is the one found; the images get no room after them.
 TEST_F(IwnnTest, MalformedImagesAreRefusedWithoutReadingPastThem) {
-    using Change = std::function<void(std::string&)>;
     struct Corruption {
         const char* what;
-        Change words;
-        Change settings;
+        bool inWords;
+        std::size_t at;
+        int width;
+        std::uint32_t value;
     };
-    auto entry = [](int e, std::size_t field) { return kEntries + 8 * e + field; };
+    const std::uint32_t size = 16 + 8 * kCount + 2 * kPoolUnits;
+    auto entry = [](std::uint32_t e, std::size_t field) { return kEntries + 8 * e + field; };
     const Corruption rows[] = {
-        {"words one byte short", [](std::string& w) { w.pop_back(); }, {}},
-        {"words one byte long", [](std::string& w) { w.push_back('\0'); }, {}},
-        {"words shorter than the header", [](std::string& w) { w.resize(15); }, {}},
-        {"words magic", [](std::string& w) { w[0] = 'X'; }, {}},
-        {"words version 2", [](std::string& w) { setU16(w, 4, 2); }, {}},
-        {"reserved field not 0", [](std::string& w) { setU16(w, 6, 1); }, {}},
-        {"count one too large", [](std::string& w) { setU32(w, 8, kCount + 1); },
-         [](std::string& s) { setU32(s, 20, kCount + 1); }},
-        {"count whose entry bytes wrap in 32 bits",
-         [](std::string& w) { setU32(w, 8, kCount + (1u << 29)); },
-         [](std::string& s) { setU32(s, 20, kCount + (1u << 29)); }},
-        {"pool whose bytes wrap in 32 bits",
-         [](std::string& w) { setU32(w, 12, kPoolUnits + (1u << 31)); },
-         {}},
-        {"offset past the pool",
-         [&](std::string& w) { setU32(w, entry(7, 0), kPoolUnits - 14); },
-         {}},
-        {"offset that wraps in 32 bits", [&](std::string& w) { setU32(w, entry(7, 0), ~0u); }, {}},
-        {"word of 0 units", [&](std::string& w) { setU16(w, entry(2, 4), 0); }, {}},
-        {"word of 56 units", [&](std::string& w) { setU16(w, entry(4, 4), 56); }, {}},
-        {"reading of 0 units", [&](std::string& w) { setU16(w, entry(2, 6), 0); }, {}},
-        {"reading of 56 units", [&](std::string& w) { setU16(w, entry(4, 6), 56); }, {}},
-        {"entries out of order",
-         [&](std::string& w) {
-             std::swap_ranges(&w[entry(1, 0)], &w[entry(2, 0)], &w[entry(2, 0)]);
-         },
-         {}},
-        {"duplicate word",
-         [&](std::string& w) { w.replace(entry(3, 0), 8, w, entry(2, 0), 8); },
-         {}},
-        {"zero unit in a word", [](std::string& w) { setU16(w, kPool, 0); }, {}},
-        {"zero unit in a reading", [](std::string& w) { setU16(w, kPool + 2 * 19, 0); }, {}},
-        {"settings magic", {}, [](std::string& s) { s[3] = 'X'; }},
-        {"settings version 2", {}, [](std::string& s) { setU16(s, 4, 2); }},
-        {"settings header size 25", {}, [](std::string& s) { setU16(s, 6, 25); }},
-        {"words size one too large",
-         {},
-         [](std::string& s) { setU32(s, 8, 16 + 8 * kCount + 2 * kPoolUnits + 1); }},
-        {"checksum mismatch", {}, [](std::string& s) { s[15] ^= 1; }},
-        {"longest word 3", {}, [](std::string& s) { setU16(s, 16, 3); }},
-        {"candidate limit 0", {}, [](std::string& s) { setU16(s, 18, 0); }},
-        {"candidate limit 56", {}, [](std::string& s) { setU16(s, 18, 56); }},
-        {"word count 5", {}, [](std::string& s) { setU32(s, 20, kCount - 1); }},
-        {"settings one byte short", {}, [](std::string& s) { s.pop_back(); }},
-        {"settings one byte long", {}, [](std::string& s) { s.push_back('\0'); }},
+        {"words one byte short", true, 0, 0, size - 1},
+        {"words shorter than their header", true, 0, 0, 15},
+        {"words magic", true, 0, 1, 'X'},
+        {"words version 2", true, 4, 2, 2},
+        {"reserved field not 0", true, 6, 2, 1},
+        {"entry count one too large", true, 8, 4, kCount + 1},
+        {"entry count whose bytes wrap in 32 bits", true, 8, 4, kCount + (1u << 29)},
+        {"pool whose bytes wrap in 32 bits", true, 12, 4, kPoolUnits + (1u << 31)},
+        {"offset past the pool", true, entry(7, 0), 4, kPoolUnits - 14},
+        {"offset that wraps in 32 bits", true, entry(7, 0), 4, ~0u},
+        {"word of 0 units", true, entry(2, 4), 2, 0},
+        {"word of 56 units", true, entry(4, 4), 2, 56},
+        {"reading of 0 units", true, entry(2, 6), 2, 0},
+        {"entries out of order: 月 before 北", true, entry(1, 0), 4, 47},
+        {"duplicate word: 北 twice", true, entry(3, 4), 2, 1},
+        {"zero unit in a word", true, kPool, 2, 0},
+        {"zero unit in a reading", true, kPool + 2 * 19, 2, 0},
+        {"settings magic", false, 3, 1, 'X'},
+        {"settings version 2", false, 4, 2, 2},
+        {"settings header size 25", false, 6, 2, 25},
+        {"words size one too large", false, 8, 4, size + 1},
+        {"checksum mismatch", false, 12, 4, 0},
+        {"longest word 3", false, 16, 2, 3},
+        {"candidate limit 0", false, 18, 2, 0},
+        {"candidate limit 56", false, 18, 2, 56},
+        {"word count one too small", false, 20, 4, kCount - 1},
+        {"settings one byte short", false, 0, 0, 23},
     };
-    ASSERT_EQ(words_.size(), 16 + 8 * kCount + 2 * kPoolUnits);
+    ASSERT_EQ(words_.size(), size);
     ASSERT_EQ(start(settings_, words_, Room::Exact), 0) << "the unchanged pair";
     for (const Corruption& row : rows) {
         std::string words = words_;
         std::string settings = settings_;
-        if (row.words) {
-            row.words(words);
-            setU32(settings, 8, static_cast<std::uint32_t>(words.size()));
-            setU32(settings, 12, fnv1a32(units(words), words.size()));
+        std::string& image = row.inWords ? words : settings;
+        if (row.width == 0) {
+            image.resize(row.value);
+        } else {
+            setField(image, row.at, row.width, row.value);
         }
-        if (row.settings) {
-            row.settings(settings);
+        if (row.inWords) {
+            setField(settings, 8, 4, static_cast<std::uint32_t>(words.size()));
+            setField(settings, 12, 4, fnv1a32(units(words), words.size()));
         }
         EXPECT_LT(start(settings, words, Room::Exact), 0) << row.what;
         const IwnnDicSet& set = work_.get()->dicSet;
-        EXPECT_EQ(work_.get()->state, 0u) << row.what;
-        EXPECT_TRUE(set.loaded.words == nullptr && set.loaded.wordCount == 0) << row.what;
-        EXPECT_LT(split(work_.get(), utf16(u"北京")).count, 0) << row.what;
+        EXPECT_TRUE(work_.get()->state == 0 && set.loaded.words == nullptr) << row.what;
+        EXPECT_EQ(split(work_.get(), utf16(u"北京")), "fails") << row.what;
     }
     work_.place(settings_, std::nullopt);
     EXPECT_LT(njx_init(work_.get(), nullptr), 0) << "settings alone";
