@@ -39,12 +39,11 @@ bool hasValidEntries(const unsigned char* words, std::uint32_t count, std::uint3
     const WordTable table(words, count);
     longest = 0;
     for (std::uint32_t entry = 0; entry < count; ++entry) {
-        const unsigned char* at = words + kWordsHeaderSize + std::size_t{kEntrySize} * entry;
         const std::uint16_t wordUnits = table.wordLength(entry);
         const std::uint16_t readingUnits = table.readingLength(entry);
         if (!isValidLength(wordUnits, kMaxWordUnits) ||
             !isValidLength(readingUnits, kMaxReadingUnits) ||
-            std::uint64_t{readU32(at + kEntryOffsetAt)} + wordUnits + readingUnits > poolUnits) {
+            std::uint64_t{table.offset(entry)} + wordUnits + readingUnits > poolUnits) {
             return false;
         }
         // The reading's units follow the word's in the pool: one scan covers both.
@@ -104,7 +103,8 @@ std::uint32_t partitionPoint(std::uint32_t lo, std::uint32_t hi, Below below) {
     return lo;
 }
 
-// The same, for a point expected near `lo`: probes lo, lo + 1, lo + 3, ... before halving.
+// The same, for a point expected near `lo`: steps away from it with doubling strides, then halves
+// the last stride.
 template <typename Below>
 std::uint32_t partitionPointNear(std::uint32_t lo, std::uint32_t hi, Below below) {
     std::uint32_t step = 1;
@@ -144,6 +144,10 @@ WordTable::WordTable(const unsigned char* image, std::uint32_t count)
       pool_(image ? entries_ + std::size_t{kEntrySize} * count : nullptr),
       count_(image ? count : 0) {}
 
+std::uint32_t WordTable::offset(std::uint32_t entry) const {
+    return readU32(entries_ + std::size_t{kEntrySize} * entry + kEntryOffsetAt);
+}
+
 std::uint16_t WordTable::wordLength(std::uint32_t entry) const {
     return readU16(entries_ + std::size_t{kEntrySize} * entry + kEntryWordLengthAt);
 }
@@ -153,7 +157,7 @@ std::uint16_t WordTable::readingLength(std::uint32_t entry) const {
 }
 
 const unsigned char* WordTable::word(std::uint32_t entry) const {
-    return pool_ + 2 * std::size_t{readU32(entries_ + std::size_t{kEntrySize} * entry)};
+    return pool_ + 2 * std::size_t{offset(entry)};
 }
 
 const unsigned char* WordTable::reading(std::uint32_t entry) const {

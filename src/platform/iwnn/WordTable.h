@@ -23,6 +23,7 @@ public:
     WordTable(const unsigned char* image, std::uint32_t count);
 
     std::uint32_t count() const { return count_; }
+    std::uint32_t offset(std::uint32_t entry) const;  // units into the pool
     std::uint16_t wordLength(std::uint32_t entry) const;
     std::uint16_t readingLength(std::uint32_t entry) const;
     // The entry's first unit, in the pool; its reading follows its last unit.
