@@ -91,7 +91,8 @@ ProgramResult runProgram(const std::vector<std::string>& arguments);
 // Builds the dictionary pair of the built-in engine ("njcon.a" at `njconPath`, "njtan.a" at
 // `njtanPath`) from the word list at `wordList` with tangor-mkdic (path: TANGOR_MKDIC). Fails the
 // current test with the tool's messages when the tool fails, and returns whether it succeeded:
-// ASSERT_TRUE(makeDictionary(...)) stops the test there.
+// ASSERT_TRUE(makeDictionary(...)) stops the test there. Word lists kept beside the tests are named
+// from the tests' source folder: TANGOR_TEST_SOURCE_DIR "/phonetic/words.txt".
 bool makeDictionary(const std::string& wordList, const std::string& njconPath,
                     const std::string& njtanPath);
 
