@@ -1,11 +1,15 @@
 #include "support/TestSupport.h"
 
+#include <glib.h>
 #include <sqlite3.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <memory>
+#include <sstream>
 
 namespace tangor::test {
 
@@ -106,6 +110,16 @@ void writeFile(const std::string& path, const std::string& content) {
     ASSERT_TRUE(out.good()) << "cannot write " << path;
 }
 
+std::string readFile(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    std::ostringstream content;
+    content << in.rdbuf();
+    if (!in.good()) {
+        ADD_FAILURE() << "cannot read " << path;
+    }
+    return content.str();
+}
+
 bool exists(const std::string& path) {
     struct stat status;
     return lstat(path.c_str(), &status) == 0;
@@ -174,6 +188,63 @@ void execSql(const std::string& path, const std::string& sql) {
     EXPECT_EQ(rc, SQLITE_OK) << sql << ": " << (error ? error : "");
     sqlite3_free(error);
     sqlite3_close(db);
+}
+
+namespace {
+
+// The emulator's command words, "|"-separated in TANGOR_TEST_EMULATOR (empty in a native build).
+std::vector<std::string> emulatorCommand() {
+    std::vector<std::string> words;
+    std::istringstream joined(TANGOR_TEST_EMULATOR);
+    for (std::string word; std::getline(joined, word, '|');) {
+        if (!word.empty()) {
+            words.push_back(word);
+        }
+    }
+    return words;
+}
+
+struct GFreer {
+    void operator()(void* memory) const noexcept { g_free(memory); }
+};
+
+}  // namespace
+
+ProgramResult runProgram(const std::vector<std::string>& arguments) {
+    std::vector<std::string> command = emulatorCommand();
+    command.insert(command.end(), arguments.begin(), arguments.end());
+    std::vector<char*> argv;
+    for (std::string& word : command) {
+        argv.push_back(word.data());
+    }
+    argv.push_back(nullptr);
+    char* rawError = nullptr;
+    int waitStatus = 0;
+    GError* spawnError = nullptr;
+    const gboolean spawned =
+        g_spawn_sync(nullptr, argv.data(), nullptr,
+                     static_cast<GSpawnFlags>(G_SPAWN_SEARCH_PATH | G_SPAWN_STDOUT_TO_DEV_NULL),
+                     nullptr, nullptr, nullptr, &rawError, &waitStatus, &spawnError);
+    const std::unique_ptr<char, GFreer> standardError(rawError);
+    ProgramResult result;
+    if (!spawned) {
+        ADD_FAILURE() << "cannot run " << command.front() << ": " << spawnError->message;
+        g_error_free(spawnError);
+        return result;
+    }
+    result.standardError = standardError ? standardError.get() : "";
+    result.status = WIFEXITED(waitStatus) ? WEXITSTATUS(waitStatus) : -1;
+    return result;
+}
+
+bool makeDictionary(const std::string& wordList, const std::string& njconPath,
+                    const std::string& njtanPath) {
+    const ProgramResult result = runProgram({TANGOR_MKDIC, wordList, njconPath, njtanPath});
+    if (result.status != 0) {
+        ADD_FAILURE() << "tangor-mkdic " << wordList << " failed (" << result.status
+                      << "): " << result.standardError;
+    }
+    return result.status == 0;
 }
 
 }  // namespace tangor::test

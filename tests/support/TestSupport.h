@@ -1,6 +1,7 @@
 #pragma once
 
-// Helpers shared by the tests: capturing log records, fresh temporary trees, small SQLite queries.
+// Helpers shared by the tests: capturing log records, fresh temporary trees, small SQLite queries,
+// running programs and building dictionaries.
 
 #include <tangor/platform/log.h>
 
@@ -53,6 +54,8 @@ private:
 
 void removeTree(const std::string& path);
 void writeFile(const std::string& path, const std::string& content);
+// The whole file; fails the test when it cannot be read.
+std::string readFile(const std::string& path);
 bool exists(const std::string& path);
 unsigned fileMode(const std::string& path);
 
@@ -72,5 +75,25 @@ protected:
 std::vector<std::string> queryRows(const std::string& path, const std::string& sql);
 std::vector<std::string> queryRows(sqlite3* db, const std::string& sql);
 void execSql(const std::string& path, const std::string& sql);
+
+// How a program ended: its exit status (-1 when it did not exit by itself, or could not be started,
+// which fails the test) and everything it wrote to standard error.
+struct ProgramResult {
+    int status = -1;
+    std::string standardError;
+};
+
+// Runs `arguments` (the program's path first) and waits for its end; its standard output is
+// discarded. A cross build runs it through CMAKE_CROSSCOMPILING_EMULATOR, since the build machine
+// cannot execute the target's programs itself.
+ProgramResult runProgram(const std::vector<std::string>& arguments);
+
+// Builds the dictionary pair of the built-in engine ("njcon.a" at `njconPath`, "njtan.a" at
+// `njtanPath`) from the word list at `wordList` with tangor-mkdic (path: TANGOR_MKDIC). Fails the
+// current test with the tool's messages when the tool fails, and returns whether it succeeded:
+// ASSERT_TRUE(makeDictionary(...)) stops the test there. Word lists kept beside the tests are named
+// from the tests' source folder: TANGOR_TEST_SOURCE_DIR "/phonetic/words.txt".
+bool makeDictionary(const std::string& wordList, const std::string& njconPath,
+                    const std::string& njtanPath);
 
 }  // namespace tangor::test

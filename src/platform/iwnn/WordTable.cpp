@@ -1,0 +1,198 @@
+#include "platform/iwnn/WordTable.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "platform/iwnn/DictionaryFormat.h"
+
+namespace corvina::iwnn {
+
+namespace {
+
+bool hasMagic(const unsigned char* image, const unsigned char (&magic)[4]) {
+    return std::memcmp(image, magic, sizeof magic) == 0;
+}
+
+bool hasZeroUnit(const unsigned char* text, unsigned units) {
+    for (unsigned i = 0; i < units; ++i) {
+        if (readU16(text + 2 * i) == 0) {
+            return true;
+        }
+    }
+    return false;
+}
+
+// Unit by unit, a prefix before the longer word. Big-endian units compare like their bytes.
+bool isBefore(const unsigned char* a, unsigned aUnits, const unsigned char* b, unsigned bUnits) {
+    const int order = std::memcmp(a, b, 2 * std::min(aUnits, bUnits));
+    return order < 0 || (order == 0 && aUnits < bUnits);
+}
+
+bool isValidLength(unsigned units, unsigned limit) {
+    return units >= 1 && units <= limit;
+}
+
+// Every entry lies inside the pool, holds a word and a reading of allowed lengths without a zero
+// unit, and follows the one before it. Sets `longest` to the longest word.
+bool hasValidEntries(const unsigned char* words, std::uint32_t count, std::uint32_t poolUnits,
+                     std::uint16_t& longest) {
+    const WordTable table(words, count);
+    longest = 0;
+    for (std::uint32_t entry = 0; entry < count; ++entry) {
+        const std::uint16_t wordUnits = table.wordLength(entry);
+        const std::uint16_t readingUnits = table.readingLength(entry);
+        if (!isValidLength(wordUnits, kMaxWordUnits) ||
+            !isValidLength(readingUnits, kMaxReadingUnits) ||
+            std::uint64_t{table.offset(entry)} + wordUnits + readingUnits > poolUnits) {
+            return false;
+        }
+        // The reading's units follow the word's in the pool: one scan covers both.
+        if (hasZeroUnit(table.word(entry), wordUnits + readingUnits)) {
+            return false;
+        }
+        if (entry > 0 && !isBefore(table.word(entry - 1), table.wordLength(entry - 1),
+                                   table.word(entry), wordUnits)) {
+            return false;
+        }
+        longest = std::max(longest, wordUnits);
+    }
+    return true;
+}
+
+bool hasValidWords(const unsigned char* words, std::uint32_t size, std::uint32_t& count,
+                   std::uint16_t& longest) {
+    if (size < kWordsHeaderSize || !hasMagic(words, kWordsMagic) ||
+        readU16(words + kWordsVersionAt) != kFormatVersion ||
+        readU16(words + kWordsReservedAt) != 0) {
+        return false;
+    }
+    count = readU32(words + kWordsCountAt);
+    const std::uint32_t poolUnits = readU32(words + kWordsPoolUnitsAt);
+    return wordsFileSize(count, poolUnits) == size &&
+           hasValidEntries(words, count, poolUnits, longest);
+}
+
+// The settings describe exactly the words image beside them.
+bool hasValidSettings(const unsigned char* settings, std::uint32_t size, const unsigned char* words,
+                      std::uint32_t wordsSize, std::uint32_t count, std::uint16_t longest) {
+    if (size != kSettingsSize) {
+        return false;
+    }
+    const std::uint16_t candidateLimit = readU16(settings + kSettingsCandidateLimitAt);
+    return hasMagic(settings, kSettingsMagic) &&
+           readU16(settings + kSettingsVersionAt) == kFormatVersion &&
+           readU16(settings + kSettingsHeaderSizeAt) == kSettingsSize &&
+           readU32(settings + kSettingsWordsSizeAt) == wordsSize &&
+           readU32(settings + kSettingsWordsChecksumAt) == fnv1a32(words, wordsSize) &&
+           readU16(settings + kSettingsLongestWordAt) == longest &&
+           isValidLength(candidateLimit, kMaxCandidateLimit) &&
+           readU32(settings + kSettingsWordCountAt) == count;
+}
+
+// The first index in [lo, hi) for which `below` is false; `below` must be true before it only.
+template <typename Below>
+std::uint32_t partitionPoint(std::uint32_t lo, std::uint32_t hi, Below below) {
+    while (lo < hi) {
+        const std::uint32_t middle = lo + (hi - lo) / 2;
+        if (below(middle)) {
+            lo = middle + 1;
+        } else {
+            hi = middle;
+        }
+    }
+    return lo;
+}
+
+// The same, for a point expected near `lo`: steps away from it with doubling strides, then halves
+// the last stride.
+template <typename Below>
+std::uint32_t partitionPointNear(std::uint32_t lo, std::uint32_t hi, Below below) {
+    std::uint32_t step = 1;
+    while (lo < hi && below(lo)) {
+        const std::uint32_t next = hi - lo > step ? lo + step : hi;
+        if (next == hi || !below(next)) {
+            return partitionPoint(lo + 1, next, below);
+        }
+        lo = next + 1;
+        step *= 2;
+    }
+    return lo;
+}
+
+}  // namespace
+
+bool validateDictionary(const unsigned char* words, std::uint32_t wordsSize,
+                        const unsigned char* settings, std::uint32_t settingsSize,
+                        IwnnLoadedDictionary& loaded) {
+    std::uint32_t count = 0;
+    std::uint16_t longest = 0;
+    if (words == nullptr || settings == nullptr ||
+        !hasValidWords(words, wordsSize, count, longest) ||
+        !hasValidSettings(settings, settingsSize, words, wordsSize, count, longest)) {
+        return false;
+    }
+    loaded.words = words;
+    loaded.settings = settings;
+    loaded.wordCount = count;
+    loaded.longestWord = longest;
+    loaded.candidateLimit = readU16(settings + kSettingsCandidateLimitAt);
+    return true;
+}
+
+WordTable::WordTable(const unsigned char* image, std::uint32_t count)
+    : entries_(image ? image + kWordsHeaderSize : nullptr),
+      pool_(image ? entries_ + std::size_t{kEntrySize} * count : nullptr),
+      count_(image ? count : 0) {}
+
+std::uint32_t WordTable::offset(std::uint32_t entry) const {
+    return readU32(entries_ + std::size_t{kEntrySize} * entry + kEntryOffsetAt);
+}
+
+std::uint16_t WordTable::wordLength(std::uint32_t entry) const {
+    return readU16(entries_ + std::size_t{kEntrySize} * entry + kEntryWordLengthAt);
+}
+
+std::uint16_t WordTable::readingLength(std::uint32_t entry) const {
+    return readU16(entries_ + std::size_t{kEntrySize} * entry + kEntryReadingLengthAt);
+}
+
+const unsigned char* WordTable::word(std::uint32_t entry) const {
+    return pool_ + 2 * std::size_t{offset(entry)};
+}
+
+const unsigned char* WordTable::reading(std::uint32_t entry) const {
+    return word(entry) + 2 * std::size_t{wordLength(entry)};
+}
+
+std::uint16_t WordTable::unitOf(std::uint32_t entry, int position) const {
+    return readU16(word(entry) + 2 * position);
+}
+
+// Entries are sorted by word, so the entries that begin with the text's first d units form one
+// range; each further unit narrows it with two binary searches, and the range's first entry is a
+// match when it is exactly d + 1 units long.
+std::int32_t WordTable::longestMatch(const unsigned char* text, int maxUnits) const {
+    std::uint32_t lo = 0;
+    std::uint32_t hi = count_;
+    std::int32_t found = -1;
+    for (int position = 0; position < maxUnits && lo < hi; ++position) {
+        const std::uint16_t unit = readU16(text + 2 * position);
+        if (unit == 0) {
+            break;
+        }
+        // A word of exactly `position` units sorts first in the range and cannot grow further.
+        if (wordLength(lo) == position) {
+            ++lo;
+        }
+        lo = partitionPoint(lo, hi, [&](std::uint32_t e) { return unitOf(e, position) < unit; });
+        // Few entries share a unit: the range's end is near its start.
+        hi = partitionPointNear(lo, hi,
+                                [&](std::uint32_t e) { return unitOf(e, position) <= unit; });
+        if (lo < hi && wordLength(lo) == position + 1) {
+            found = static_cast<std::int32_t>(lo);
+        }
+    }
+    return found;
+}
+
+}  // namespace corvina::iwnn

@@ -1,0 +1,72 @@
+#include "DictionaryImages.h"
+
+#include <algorithm>
+#include <iterator>
+
+#include "platform/iwnn/DictionaryFormat.h"
+
+namespace corvina::mkdic {
+
+using namespace corvina::iwnn;
+
+namespace {
+
+void appendUnits(std::vector<unsigned char>& out, const std::u16string& units) {
+    for (const char16_t unit : units) {
+        out.push_back(static_cast<unsigned char>(unit >> 8));
+        out.push_back(static_cast<unsigned char>(unit));
+    }
+}
+
+std::vector<unsigned char> buildWords(const std::vector<WordEntry>& entries) {
+    const auto count = static_cast<std::uint32_t>(entries.size());
+    std::vector<unsigned char> words(kWordsHeaderSize + std::size_t{kEntrySize} * count);
+    std::copy(std::begin(kWordsMagic), std::end(kWordsMagic), words.begin());
+    writeU16(&words[kWordsVersionAt], kFormatVersion);
+    writeU32(&words[kWordsCountAt], count);
+    std::uint32_t poolUnits = 0;
+    for (std::uint32_t i = 0; i < count; ++i) {
+        const WordEntry& entry = entries[i];
+        unsigned char* at = &words[kWordsHeaderSize + std::size_t{kEntrySize} * i];
+        writeU32(at + kEntryOffsetAt, poolUnits);
+        writeU16(at + kEntryWordLengthAt, static_cast<std::uint16_t>(entry.word.size()));
+        writeU16(at + kEntryReadingLengthAt, static_cast<std::uint16_t>(entry.reading.size()));
+        poolUnits += static_cast<std::uint32_t>(entry.word.size() + entry.reading.size());
+    }
+    writeU32(&words[kWordsPoolUnitsAt], poolUnits);
+    words.reserve(wordsFileSize(count, poolUnits));
+    for (const WordEntry& entry : entries) {
+        appendUnits(words, entry.word);
+        appendUnits(words, entry.reading);
+    }
+    return words;
+}
+
+std::vector<unsigned char> buildSettings(const std::vector<WordEntry>& entries,
+                                         const std::vector<unsigned char>& words) {
+    std::size_t longest = 0;
+    for (const WordEntry& entry : entries) {
+        longest = std::max(longest, entry.word.size());
+    }
+    std::vector<unsigned char> settings(kSettingsSize);
+    std::copy(std::begin(kSettingsMagic), std::end(kSettingsMagic), settings.begin());
+    writeU16(&settings[kSettingsVersionAt], kFormatVersion);
+    writeU16(&settings[kSettingsHeaderSizeAt], kSettingsSize);
+    writeU32(&settings[kSettingsWordsSizeAt], static_cast<std::uint32_t>(words.size()));
+    writeU32(&settings[kSettingsWordsChecksumAt], fnv1a32(words.data(), words.size()));
+    writeU16(&settings[kSettingsLongestWordAt], static_cast<std::uint16_t>(longest));
+    writeU16(&settings[kSettingsCandidateLimitAt], kMaxCandidateLimit);
+    writeU32(&settings[kSettingsWordCountAt], static_cast<std::uint32_t>(entries.size()));
+    return settings;
+}
+
+}  // namespace
+
+DictionaryImages buildImages(const std::vector<WordEntry>& entries) {
+    DictionaryImages images;
+    images.words = buildWords(entries);
+    images.settings = buildSettings(entries, images.words);
+    return images;
+}
+
+}  // namespace corvina::mkdic

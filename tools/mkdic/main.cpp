@@ -1,0 +1,86 @@
+// tangor-mkdic WORDLIST NJCON NJTAN: builds the dictionary pair of the built-in conversion engine
+// from a word list (docs/dictionary-format.md). Exit status 0 with both files written; 1 with
+// neither when the list has bad lines or a file cannot be read or written; 2 on wrong usage.
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "DictionaryImages.h"
+#include "WordList.h"
+
+namespace {
+
+using corvina::mkdic::DictionaryImages;
+using corvina::mkdic::LineError;
+using corvina::mkdic::WordList;
+
+struct FileCloser {
+    void operator()(std::FILE* file) const noexcept { std::fclose(file); }
+};
+using File = std::unique_ptr<std::FILE, FileCloser>;
+
+int fail(const char* what, const char* path, const std::string& reason) {
+    std::fprintf(stderr, "tangor-mkdic: cannot %s %s: %s\n", what, path, reason.c_str());
+    return 1;
+}
+
+// Writes `bytes` to `path`; on failure removes what it opened and leaves `error` set.
+bool writeFile(const char* path, const std::vector<unsigned char>& bytes, std::string& error) {
+    File file(std::fopen(path, "wb"));
+    if (!file) {
+        error = std::strerror(errno);
+        return false;
+    }
+    const bool written = std::fwrite(bytes.data(), 1, bytes.size(), file.get()) == bytes.size();
+    // fclose reports what the buffered writes could not do.
+    const bool closed = std::fclose(file.release()) == 0;
+    if (written && closed) {
+        return true;
+    }
+    error = std::strerror(errno);
+    std::remove(path);
+    return false;
+}
+
+int writeImages(const DictionaryImages& images, const char* njcon, const char* njtan) {
+    std::string error;
+    if (!writeFile(njcon, images.settings, error)) {
+        return fail("write", njcon, error);
+    }
+    if (!writeFile(njtan, images.words, error)) {
+        // Half a dictionary pair is worse than none.
+        std::remove(njcon);
+        return fail("write", njtan, error);
+    }
+    return 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    if (argc != 4) {
+        std::fputs("usage: tangor-mkdic WORDLIST NJCON NJTAN\n", stderr);
+        return 2;
+    }
+    const char* listPath = argv[1];
+    File input(std::fopen(listPath, "rb"));
+    if (!input) {
+        return fail("open", listPath, std::strerror(errno));
+    }
+    WordList list;
+    std::string error;
+    if (!corvina::mkdic::readWordList(input.get(), list, error)) {
+        return fail("read", listPath, error);
+    }
+    for (const LineError& bad : list.errors) {
+        std::fprintf(stderr, "%s:%u: %s\n", listPath, bad.line, bad.reason.c_str());
+    }
+    if (!list.errors.empty()) {
+        return 1;
+    }
+    return writeImages(corvina::mkdic::buildImages(list.entries), argv[2], argv[3]);
+}
