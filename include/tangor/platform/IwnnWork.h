@@ -32,6 +32,7 @@ typedef struct IwnnLoadedDictionary {
     uint32_t wordCount;
     uint16_t longestWord;     // units
     uint16_t candidateLimit;  // units
+    const void* wordIndex;    // the engine buffer it built for these words; null without one
 } IwnnLoadedDictionary;
 
 typedef struct IwnnDicSet {
@@ -43,7 +44,7 @@ typedef struct IwnnDicSet {
 
 typedef struct IwnnWork {
     uint32_t state;      // leading word: non-zero once the engine runs
-    void* engineBuffer;  // released by free_dic
+    void* engineBuffer;  // the engine's own working memory, released by free_dic
     IwnnDicSet dicSet;   // cleared as a whole before dictionaries are loaded
 } IwnnWork;
 

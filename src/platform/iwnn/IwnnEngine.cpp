@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <climits>
+#include <cstdlib>
 #include <cstring>
 
 #include "platform/iwnn/DictionaryFormat.h"
@@ -25,11 +26,31 @@ const void* settingsBuffer(const IwnnWork& work) {
     return work.dicSet.buffers[IWNN_SETTINGS_BUFFER];
 }
 
-// Started, and still on the images njx_init validated (the loader may have freed or replaced them).
+// Started, and still on the images njx_init validated and the index it built (the loader may have
+// freed or replaced them).
 bool isRunning(const IwnnWork* work) {
     return work != nullptr && work->state == kStarted &&
            work->dicSet.loaded.words == work->dicSet.table[0].image &&
-           work->dicSet.loaded.settings == settingsBuffer(*work);
+           work->dicSet.loaded.settings == settingsBuffer(*work) &&
+           work->dicSet.loaded.wordIndex == work->engineBuffer;
+}
+
+// The first-unit index of the validated words, in the engine buffer, which replaces the one an
+// earlier start left there. Null for an empty dictionary or when memory runs out.
+std::uint32_t* buildWordIndex(IwnnWork& work, const IwnnLoadedDictionary& loaded) {
+    std::free(work.engineBuffer);
+    work.engineBuffer = nullptr;
+    if (loaded.words == nullptr) {
+        return nullptr;
+    }
+    auto* index =
+        static_cast<std::uint32_t*>(std::malloc(WordTable::kIndexSize * sizeof(std::uint32_t)));
+    if (index != nullptr) {
+        WordTable(static_cast<const unsigned char*>(loaded.words), loaded.wordCount)
+            .buildIndex(index);
+    }
+    work.engineBuffer = index;
+    return index;
 }
 
 WordTable tableOf(const IwnnWork& work) {
@@ -80,6 +101,10 @@ extern "C" int njx_init(IwnnWork* work, const void* /*options*/) {
                                                   loaded)) {
         return kFailed;
     }
+    loaded.wordIndex = buildWordIndex(*work, loaded);
+    if (loaded.words != nullptr && loaded.wordIndex == nullptr) {
+        return kFailed;
+    }
     work->dicSet.loaded = loaded;
     work->state = kStarted;
     return 0;
@@ -104,11 +129,17 @@ extern "C" int mmx_split_word(IwnnWork* work, const unsigned char* text, std::ui
     }
     const WordTable table = tableOf(*work);
     const int longest = work->dicSet.loaded.longestWord;
+    const auto* index = static_cast<const std::uint32_t*>(work->dicSet.loaded.wordIndex);
     int position = 0;
     int count = 0;
     while (count < IWNN_MAX_WORDS && readU16(text + 2 * position) != 0) {
         const unsigned char* at = text + 2 * position;
-        const std::int32_t entry = table.longestMatch(at, longest);
+        std::uint32_t lo = 0;
+        std::uint32_t hi = 0;
+        if (index != nullptr) {
+            WordTable::rangeOf(index, readU16(at), lo, hi);
+        }
+        const std::int32_t entry = table.longestMatch(at, longest, lo, hi);
         const int length = entry < 0 ? 1 : table.wordLength(static_cast<std::uint32_t>(entry));
         // The count is 8 bits: a word that would pass it is left whole for the next split.
         if (position + length > UINT8_MAX) {

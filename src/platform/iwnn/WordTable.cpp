@@ -171,9 +171,8 @@ std::uint16_t WordTable::unitOf(std::uint32_t entry, int position) const {
 // Entries are sorted by word, so the entries that begin with the text's first d units form one
 // range; each further unit narrows it with two binary searches, and the range's first entry is a
 // match when it is exactly d + 1 units long.
-std::int32_t WordTable::longestMatch(const unsigned char* text, int maxUnits) const {
-    std::uint32_t lo = 0;
-    std::uint32_t hi = count_;
+std::int32_t WordTable::longestMatch(const unsigned char* text, int maxUnits, std::uint32_t lo,
+                                     std::uint32_t hi) const {
     std::int32_t found = -1;
     for (int position = 0; position < maxUnits && lo < hi; ++position) {
         const std::uint16_t unit = readU16(text + 2 * position);
@@ -193,6 +192,16 @@ std::int32_t WordTable::longestMatch(const unsigned char* text, int maxUnits) co
         }
     }
     return found;
+}
+
+void WordTable::buildIndex(std::uint32_t* index) const {
+    std::uint32_t entry = 0;
+    for (std::uint32_t group = 0; group < kIndexSize; ++group) {
+        while (entry < count_ && (unitOf(entry, 0) >> 4) < group) {
+            ++entry;
+        }
+        index[group] = entry;
+    }
 }
 
 }  // namespace corvina::iwnn

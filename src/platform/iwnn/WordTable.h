@@ -31,8 +31,22 @@ public:
     const unsigned char* reading(std::uint32_t entry) const;
 
     // The longest entry that `text` begins with, at most `maxUnits` units and never past a zero
-    // unit of `text`; -1 when none. Its length is the entry's word length.
-    std::int32_t longestMatch(const unsigned char* text, int maxUnits) const;
+    // unit of `text`; -1 when none. Its length is the entry's word length. Only entries in
+    // [lo, hi) are looked at: they must hold every entry that begins with the text's first unit.
+    std::int32_t longestMatch(const unsigned char* text, int maxUnits, std::uint32_t lo,
+                              std::uint32_t hi) const;
+
+    // The first-unit index: for each group of 16 first units (unit >> 4), the first entry whose
+    // first unit is in that group or a later one, then the count; kIndexSize values in all. It
+    // narrows the first step of a lookup to a few dozen entries at most.
+    static constexpr std::uint32_t kIndexSize = (0x10000 >> 4) + 1;
+    void buildIndex(std::uint32_t* index) const;
+    // The entries that may begin with `unit`, per an index built by buildIndex.
+    static void rangeOf(const std::uint32_t* index, std::uint16_t unit, std::uint32_t& lo,
+                        std::uint32_t& hi) {
+        lo = index[unit >> 4];
+        hi = index[(unit >> 4) + 1];
+    }
 
 private:
     // Unit `position` of the entry's word; the entry must be longer than `position`.
