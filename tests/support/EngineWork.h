@@ -2,8 +2,8 @@
 
 // An engine work area filled the way the library's loader fills it, for tests that drive the
 // engine directly: each image in a malloc'ed buffer of twice its size, its byte count beside it.
-// Room::Exact leaves no room after an image instead, so that valgrind and AddressSanitizer see
-// any read past it.
+// The engine's own buffer is released with the images. Room::Exact leaves no room after an image
+// instead, so that valgrind and AddressSanitizer see any read past it.
 
 #include <tangor/platform/IwnnWork.h>
 
@@ -50,6 +50,7 @@ private:
     void release() {
         std::free(work_.dicSet.buffers[IWNN_SETTINGS_BUFFER]);
         std::free(work_.dicSet.table[0].image);
+        std::free(work_.engineBuffer);  // what njx_init built there
         work_ = IwnnWork{};
     }
 
