@@ -1,9 +1,13 @@
 // Uses a little of each installed header through the installed library.
 #include <tangor/database/DatabaseMgr.h>
+#include <tangor/phonetic/phonetic.h>
 #include <tangor/platform/log.h>
+#include <tangor/platform/normalize.h>
 #include <tangor/sqlstl/sqlstream.h>
 
 #include <cstdio>
+#include <cstdlib>
+#include <cstring>
 #include <string>
 
 int main() {
@@ -34,5 +38,19 @@ int main() {
         return 1;
     }
     setLogSink({});
+
+    // A market without dictionaries starts the engine empty: nothing reads, nothing is loaded.
+    init_lib(iWnn, 0);
+    char text[] = "abc";
+    char* reading = transf_to_pinyin(text);
+    char* normalised = normalize_utf8("ABC", 3, nullptr);
+    const bool phoneticOk = reading != nullptr && reading[0] == 0 && normalised != nullptr &&
+                            std::strcmp(normalised, "abc") == 0;
+    std::free(normalised);
+    free_dic(iWnn);
+    if (!phoneticOk) {
+        std::fprintf(stderr, "phonetic entry points misbehaved\n");
+        return 1;
+    }
     return 0;
 }
