@@ -11,6 +11,7 @@
 #include <limits>
 #include <memory>
 
+#include "phonetic/Utf.h"
 #include "platform/FixedPaths.h"
 #include "platform/iwnn/IwnnEngine.h"
 
@@ -94,45 +95,13 @@ bool loadDictionaryFile(const char* path, void** slot, std::uint32_t* loaded) {
     return size > 0;
 }
 
-// How many of the first `maxUnits` units of `text` convert to UTF-8 within `maxBytes` bytes,
-// counted in whole characters the way utf16be_to_utf8 converts them.
-int unitsFitting(const unsigned char* text, int maxUnits, std::size_t maxBytes) {
-    int units = 0;
-    std::size_t bytes = 0;
-    while (units < maxUnits) {
-        const unsigned unit = (text[2 * units] << 8) | text[2 * units + 1];
-        int span = 1;
-        std::size_t need = 3;
-        if (unit == 0) {
-            break;
-        } else if (unit < 0x80) {
-            need = 1;
-        } else if (unit < 0x800) {
-            need = 2;
-        } else if (unit >= 0xD800 && unit <= 0xDBFF) {
-            span = 2;
-            need = 4;
-            if (units + 1 >= maxUnits) {
-                break;
-            }
-        }
-        if (bytes + need > maxBytes) {
-            break;
-        }
-        bytes += need;
-        units += span;
-    }
-    return units;
-}
-
 // The joined reading of a text. Words are appended whole or not at all: once one does not fit,
 // the reading is complete as it stands.
 class Reading {
 public:
     Reading() { buffer_[0] = 0; }
 
-    void appendWord(const char* word) {
-        const std::size_t wordLength = std::strlen(word);
+    void appendWord(const char* word, std::size_t wordLength) {
         const bool spaced = dicCountryCode == 9 && length_ > 0;
         const std::size_t needed = wordLength + (spaced ? 1 : 0);
         if (full_ || needed >= sizeof(buffer_) - length_) {
@@ -171,9 +140,10 @@ void appendReadings(const IwnnWord* words, int count, Reading& reading) {
             return;
         }
         char word[kWordBufferSize];
-        const int units = unitsFitting(yomi, kMaxTextUnits, sizeof(word) - 1);
-        if (utf16be_to_utf8(yomi, word, units) > 0) {
-            reading.appendWord(word);
+        const int length =
+            corvina::utf16beToUtf8Within(yomi, word, kMaxTextUnits, sizeof(word) - 1);
+        if (length > 0) {
+            reading.appendWord(word, static_cast<std::size_t>(length));
         }
     }
 }
@@ -221,7 +191,8 @@ extern "C" char* transf_to_pinyin(char* input) {
         return nullptr;
     }
     stripLineEnding(input);
-    unsigned char text[kTextBufferSize] = {};
+    // Not cleared: the converter ends what it writes with a zero unit, and nothing reads past it.
+    unsigned char text[kTextBufferSize];
     utf8_to_utf16be(input, text, kMaxTextUnits);
     int remaining = nj_strlen(text);
     if (remaining == 0) {

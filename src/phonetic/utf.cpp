@@ -1,6 +1,9 @@
 #include <tangor/phonetic/phonetic.h>
 
+#include <cstddef>
 #include <cstdint>
+
+#include "phonetic/Utf.h"
 
 namespace {
 
@@ -70,23 +73,36 @@ extern "C" int utf8_to_utf16be(const char* text, unsigned char* dst, int maxUnit
     return n;
 }
 
-extern "C" int utf16be_to_utf8(const unsigned char* src, char* text, int maxUnits) {
+namespace {
+
+// The UTF-8 bytes of `cp` at `dst`, `width` of them.
+void putUtf8(unsigned char* dst, std::uint32_t cp, std::size_t width) {
+    if (width == 1) {
+        dst[0] = static_cast<unsigned char>(cp);
+        return;
+    }
+    static const unsigned char leads[] = {0, 0, 0xC0, 0xE0, 0xF0};
+    for (std::size_t k = width - 1; k > 0; --k, cp >>= 6) {
+        dst[k] = static_cast<unsigned char>(0x80 | (cp & 0x3F));
+    }
+    dst[0] = static_cast<unsigned char>(leads[width] | cp);
+}
+
+}  // namespace
+
+namespace corvina {
+
+int utf16beToUtf8Within(const unsigned char* src, char* text, int maxUnits, std::size_t maxBytes) {
     if (src == nullptr || text == nullptr) {
         return 0;
     }
     unsigned char* dst = reinterpret_cast<unsigned char*>(text);
     int i = 0;
-    int n = 0;
+    std::size_t n = 0;
     while (i < maxUnits && unitAt(src, i) != 0) {
-        const std::uint32_t unit = unitAt(src, i);
-        if (unit < 0x80) {
-            dst[n++] = static_cast<unsigned char>(unit);
-            i += 1;
-        } else if (unit < 0x800) {
-            dst[n++] = static_cast<unsigned char>(0xC0 | (unit >> 6));
-            dst[n++] = static_cast<unsigned char>(0x80 | (unit & 0x3F));
-            i += 1;
-        } else if (unit >= 0xD800 && unit <= 0xDBFF) {
+        std::uint32_t cp = unitAt(src, i);
+        int span = 1;
+        if (cp >= 0xD800 && cp <= 0xDBFF) {
             if (i >= maxUnits - 1) {
                 break;
             }
@@ -94,19 +110,24 @@ extern "C" int utf16be_to_utf8(const unsigned char* src, char* text, int maxUnit
             if (next < 0xDC00 || next > 0xDFFF) {
                 break;
             }
-            const std::uint32_t cp = 0x10000 + ((unit - 0xD800) << 10) + (next - 0xDC00);
-            dst[n++] = static_cast<unsigned char>(0xF0 | (cp >> 18));
-            dst[n++] = static_cast<unsigned char>(0x80 | ((cp >> 12) & 0x3F));
-            dst[n++] = static_cast<unsigned char>(0x80 | ((cp >> 6) & 0x3F));
-            dst[n++] = static_cast<unsigned char>(0x80 | (cp & 0x3F));
-            i += 2;
-        } else {
-            dst[n++] = static_cast<unsigned char>(0xE0 | (unit >> 12));
-            dst[n++] = static_cast<unsigned char>(0x80 | ((unit >> 6) & 0x3F));
-            dst[n++] = static_cast<unsigned char>(0x80 | (unit & 0x3F));
-            i += 1;
+            cp = 0x10000 + ((cp - 0xD800) << 10) + (next - 0xDC00);
+            span = 2;
         }
+        const std::size_t width = cp < 0x80 ? 1 : cp < 0x800 ? 2 : cp < 0x10000 ? 3 : 4;
+        if (n + width > maxBytes) {
+            break;
+        }
+        putUtf8(dst + n, cp, width);
+        n += width;
+        i += span;
     }
     dst[n] = 0;
-    return n;
+    return static_cast<int>(n);
+}
+
+}  // namespace corvina
+
+extern "C" int utf16be_to_utf8(const unsigned char* src, char* text, int maxUnits) {
+    // maxUnits units never make more than 3 * maxUnits bytes, so only the caller's room bounds it.
+    return corvina::utf16beToUtf8Within(src, text, maxUnits, SIZE_MAX);
 }
