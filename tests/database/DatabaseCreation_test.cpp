@@ -11,15 +11,8 @@
 
 namespace {
 
-using tangor::test::DatabaseTest;
-using tangor::test::execSql;
-using tangor::test::exists;
-using tangor::test::idOf;
-using tangor::test::queryRows;
-using tangor::test::writeFile;
+using namespace tangor::test;
 using Rows = std::vector<std::string>;
-
-const std::string kTimeout = "Set timeout to 3600000 ms";
 
 class CreateDbTest : public DatabaseTest {
 protected:

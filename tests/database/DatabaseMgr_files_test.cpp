@@ -11,11 +11,7 @@
 
 namespace {
 
-using tangor::test::DatabaseTest;
-using tangor::test::exists;
-using tangor::test::fileMode;
-using tangor::test::removeTree;
-using tangor::test::writeFile;
+using namespace tangor::test;
 using Lines = std::vector<std::string>;
 
 using FilesTest = DatabaseTest;

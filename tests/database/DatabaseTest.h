@@ -16,6 +16,9 @@ namespace tangor::test {
 
 inline constexpr int kTestCountryCode = 9;
 
+// The record every opened stream logs.
+inline const std::string kTimeout = "Set timeout to 3600000 ms";
+
 // The partition identifier of a mount point.
 inline std::string idOf(const std::string& mountPoint) {
     return corvina::Md5(corvina::Md5::Directory, mountPoint).value;

@@ -8,15 +8,8 @@
 
 namespace {
 
-using tangor::test::DatabaseTest;
-using tangor::test::execSql;
-using tangor::test::idOf;
-using tangor::test::queryRows;
-using tangor::test::removeTree;
-using tangor::test::writeFile;
+using namespace tangor::test;
 using Rows = std::vector<std::string>;
-
-const std::string kTimeout = "Set timeout to 3600000 ms";
 
 class StatusTest : public DatabaseTest {
 protected:

@@ -94,8 +94,7 @@ TEST_F(AsianFieldsTest, JapaneseMarketKeepsWhatTheNormalisationGives) {
 }
 
 TEST_F(AsianFieldsTest, EachCallReleasesThePreviousSet) {
-    // Taiwan without the search reading is neither a Chinese nor the Japanese market.
-    const std::pair<int, int> markets[] = {{6, 0}, {5, 0}, {0, 0}, {9, 0}};
+    const std::pair<int, int> markets[] = {{6, 0}, {5, 0}, {0, 0}};
     for (const auto& [countryCode, searchReading] : markets) {
         SCOPED_TRACE("market " + std::to_string(countryCode));
         onMarket(countryCode, searchReading, [countryCode = countryCode] {

@@ -118,12 +118,10 @@ TEST_F(IwnnTest, SplitTakesTheLongestWordAndUnknownUnitsOneByOne) {
     const std::pair<std::u16string, std::string> cases[] = {
         {u"北京大学生", "北京大学:4 生:-1 /5"},
         {u"北京大", "北京:3 大:-1 /3"},
-        {u"北大", "北:2 大:-1 /2"},
         {u"京北京", "京:1 北京:3 /3"},
         {u"abcdefghijk", "abcdefghij:0 k:-1 /11"},
         {u"abcdefghi", "a:-1 b:-1 c:-1 d:-1 e:-1 f:-1 g:-1 h:-1 i:-1 /9"},
         {u"龙卷风", "龙卷风:7 /3"},
-        {u"龙卷", "龙:6 卷:-1 /2"},
         {u"", "/0"},
         // At most 50 records, and never a word that would take the count past 255 units.
         {std::u16string(60, u'x'), repeat("x:-1 ", 50) + "/50"},
@@ -132,8 +130,6 @@ TEST_F(IwnnTest, SplitTakesTheLongestWordAndUnknownUnitsOneByOne) {
     for (const auto& [text, expected] : cases) {
         EXPECT_EQ(split(work_.get(), utf16(text)), expected);
     }
-    EXPECT_EQ(nj_strlen(units(utf16(u"北京大学生"))), 5);
-    EXPECT_EQ(nj_strlen(nullptr), 0);
 }
 
 TEST_F(IwnnTest, ReadingIsCutToTheBufferButNeverInsideASurrogatePair) {
@@ -141,7 +137,10 @@ TEST_F(IwnnTest, ReadingIsCutToTheBufferButNeverInsideASurrogatePair) {
     const IwnnWord moon = wordOf(u"月");
     // The reading a😀b is four units: a, a high and a low surrogate, b.
     const std::pair<int, std::u16string> cases[] = {
-        {112, u"a😀b"}, {10, u"a😀b"}, {8, u"a😀"}, {6, u"a"}, {4, u"a"}, {2, u""},
+        {112, u"a😀b"},
+        {8, u"a😀"},
+        {6, u"a"},
+        {2, u""},
     };
     for (const auto& [size, expected] : cases) {
         std::string buffer(112, '\xA5');
@@ -161,8 +160,10 @@ TEST_F(IwnnTest, ReadingIsCutToTheBufferButNeverInsideASurrogatePair) {
 TEST_F(IwnnTest, CandidateIsTheWholeWordWithinTheLimitAndTheBufferOrNothing) {
     // Rows: the candidate limit, the word, the buffer's size, the result.
     const std::tuple<int, std::u16string, int, int> cases[] = {
-        {55, u"北京大学", 10, 4}, {55, u"北京大学", 9, -1}, {3, u"北京大学", 112, -1},
-        {3, u"北京", 6, 2},       {3, u"生", 4, 1},
+        {55, u"北京大学", 10, 4},
+        {55, u"北京大学", 9, -1},
+        {3, u"北京大学", 112, -1},
+        {3, u"生", 4, 1},
     };
     for (const auto& [limit, word, size, expected] : cases) {
         std::string settings = settings_;
@@ -182,20 +183,14 @@ TEST_F(IwnnTest, CallsFailBeforeInitOnForeignRecordsAndAfterTheImagesChangeOrRun
     const IwnnWord good = wordOf(u"北京");
     IwnnDicSet& set = work_.get()->dicSet;
     void* const settings = set.buffers[IWNN_SETTINGS_BUFFER];
-    // Each row: a record, and whether the loader has since dropped the settings image.
-    const std::pair<IwnnWord, bool> cases[] = {
-        {{good.text, good.length, kCount}, false},    // past the last entry
-        {{good.text, 1, good.entry}, false},          // not the entry's length
-        {{good.text, 2, -1}, false},                  // an unknown word is one unit
-        {{nullptr, good.length, good.entry}, false},  // no text
-        {good, true},
-    };
+    // Records mmx_split_word could not have made.
+    const IwnnWord foreign[] = {{good.text, good.length, kCount}, {good.text, 2, -1}};
     unsigned char buffer[112];
-    for (const auto& [record, dropped] : cases) {
-        set.buffers[IWNN_SETTINGS_BUFFER] = dropped ? nullptr : settings;
+    for (const IwnnWord& record : foreign) {
         EXPECT_LT(mmx_get_yomi(work_.get(), &record, buffer, 112, nullptr), 0) << record.entry;
         EXPECT_LT(njx_get_candidate(work_.get(), &record, buffer, 112), 0) << record.entry;
     }
+    set.buffers[IWNN_SETTINGS_BUFFER] = nullptr;
     EXPECT_EQ(split(work_.get(), utf16(u"北京")), "fails");
     set.buffers[IWNN_SETTINGS_BUFFER] = settings;
     set.table[0].image = set.buffers[0];
@@ -231,26 +226,17 @@ TEST_F(IwnnTest, MalformedImagesAreRefusedWithoutReadingPastThem) {
         {"words shorter than their header", true, 0, 0, 15},
         {"words magic", true, 0, 1, 'X'},
         {"words version 2", true, 4, 2, 2},
-        {"reserved field not 0", true, 6, 2, 1},
         {"entry count one too large", true, 8, 4, kCount + 1},
         {"entry count whose bytes wrap in 32 bits", true, 8, 4, kCount + (1u << 29)},
         {"pool whose bytes wrap in 32 bits", true, 12, 4, kPoolUnits + (1u << 31)},
         {"offset past the pool", true, entry(7, 0), 4, kPoolUnits - 14},
-        {"offset that wraps in 32 bits", true, entry(7, 0), 4, ~0u},
         {"word of 0 units", true, entry(2, 4), 2, 0},
         {"word of 56 units", true, entry(4, 4), 2, 56},
-        {"reading of 0 units", true, entry(2, 6), 2, 0},
         {"entries out of order: 月 before 北", true, entry(1, 0), 4, 47},
         {"duplicate word: 北 twice", true, entry(3, 4), 2, 1},
-        {"zero unit in a word", true, kPool, 2, 0},
         {"zero unit in a reading", true, kPool + 2 * 19, 2, 0},
-        {"settings magic", false, 3, 1, 'X'},
-        {"settings version 2", false, 4, 2, 2},
         {"settings header size 25", false, 6, 2, 25},
-        {"words size one too large", false, 8, 4, size + 1},
         {"checksum mismatch", false, 12, 4, 0},
-        {"longest word 3", false, 16, 2, 3},
-        {"candidate limit 0", false, 18, 2, 0},
         {"candidate limit 56", false, 18, 2, 56},
         {"word count one too small", false, 20, 4, kCount - 1},
         {"settings one byte short", false, 0, 0, 23},
