@@ -1,6 +1,8 @@
 #include "AudioTemplates.h"
 
 #include <cstddef>
+#include <initializer_list>
+#include <iterator>
 #include <string_view>
 
 namespace sample {
@@ -416,11 +418,17 @@ Bytes wavSilence() {
     return out.bytes();
 }
 
-Bytes brokenMp3() {
+Bytes brokenFlac() {
     ByteWriter out;
-    out.text("ID3");
-    out.u8(4);
-    out.fill(64, 0xEE);
+    out.text("fLaC");
+    out.u8(0x04);  // Vorbis comment, more blocks to follow
+    out.be24(0xFFFFFF);
+    constexpr std::string_view vendor = "make-sample-library";
+    out.le32(static_cast<std::uint32_t>(vendor.size()));
+    out.text(vendor);
+    out.le32(1);
+    out.le32(0x7FFFFFFF);  // a comment longer than the file
+    out.text("TITLE=cut");
     return out.bytes();
 }
 

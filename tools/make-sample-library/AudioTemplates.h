@@ -23,7 +23,9 @@ Bytes mp4Silence(bool audiobook);
 Bytes opusSilence();
 // RIFF WAVE, 8-bit mono PCM at 8 kHz, one second.
 Bytes wavSilence();
-// An ".mp3" whose ID3v2 header is cut off and whose body holds no MPEG frame.
-Bytes brokenMp3();
+// A ".flac" whose first metadata block is a Vorbis comment running past the end of the file, not
+// the STREAMINFO block FLAC requires first: TagLib rejects it. (TagLib still accepts an ".mp3" of
+// garbage, with empty tags and no length, so that would not do.)
+Bytes brokenFlac();
 
 }  // namespace sample
