@@ -113,7 +113,7 @@ TEST_F(TangorIndexTest, FullScanFillsTheTablesAndTheViews) {
 }
 
 TEST_F(TangorIndexTest, ReadingsFollowTheMarket) {
-    installDictionary(COUNTRY_CHINA, phoneticTestList("pinyin-words.txt"));
+    installDictionary(6, phoneticTestList("pinyin-words.txt"));
     struct Row {
         const char* country;
         int file;
