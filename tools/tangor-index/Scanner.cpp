@@ -404,6 +404,9 @@ std::string normalizedMountPoint(const std::string& mountPoint) {
 
 ScanTotals scanDevice(const std::string& devId, const std::vector<std::string>& mountPoints,
                       ScanObserver& observer, const ScanOptions& options) {
+    if (mountPoints.empty()) {
+        return {};
+    }
     setUpDatabase(devId, mountPoints, observer);
     const Readings readings;
     ScanTotals totals;
