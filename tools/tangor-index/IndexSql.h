@@ -7,6 +7,7 @@ namespace tangor::index::sql {
 
 inline constexpr const char* kBegin = "BEGIN TRANSACTION;";
 inline constexpr const char* kCommit = "COMMIT;";
+inline constexpr const char* kRollback = "ROLLBACK;";
 
 inline constexpr const char* kInsertSong =
     "INSERT INTO SONGS(PARTITION_ID, PATH, OBJECTID, DIRECTORYID, NAME, TITLE, ARTISTID, ALBUMID, "

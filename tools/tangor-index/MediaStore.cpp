@@ -119,11 +119,20 @@ void MediaStore::begin() {
     }
 }
 
-void MediaStore::commit() {
-    if (inTransaction_) {
-        stream_.exec(sql::kCommit);
-        inTransaction_ = false;
+bool MediaStore::commit() {
+    if (!inTransaction_) {
+        return true;
     }
+    inTransaction_ = false;
+    stream_.exec(sql::kCommit);
+    if (stream_.good()) {
+        return true;
+    }
+    // The transaction's rows are gone, and with them names this connection believes written.
+    lastError_ = sqlite3_errmsg(stream_.db);
+    stream_.exec(sql::kRollback);
+    namesWritten_.clear();
+    return false;
 }
 
 bool MediaStore::insertSong(const corvina::MetaDataInfo& record) {
@@ -154,10 +163,17 @@ bool MediaStore::insertSong(const corvina::MetaDataInfo& record) {
 
 bool MediaStore::insertName(Statement& statement, const corvina::Md5& id, const std::string& name,
                             const char* reading) {
+    if (namesWritten_.count(id.value) != 0) {
+        return true;
+    }
     statement.bind(1, id.value);
     statement.bind(2, name);
     statement.bindBytes(3, reading);
-    return run(statement);
+    if (!run(statement)) {
+        return false;
+    }
+    namesWritten_.insert(id.value);
+    return true;
 }
 
 bool MediaStore::deleteSong(std::int64_t id) {

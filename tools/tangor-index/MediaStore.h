@@ -10,6 +10,7 @@
 #include <memory>
 #include <string>
 #include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 namespace tangor::index {
@@ -52,9 +53,10 @@ public:
     std::unordered_map<std::string, std::vector<StoredPlaylistEntry>> loadPlaylists(
         const std::string& partitionId);
 
-    // Every write below needs an open transaction. Neither starts one twice.
+    // Every write below needs an open transaction. Neither starts one twice. A failed commit
+    // rolls the transaction back and returns false.
     void begin();
-    void commit();
+    bool commit();
     bool inTransaction() const { return inTransaction_; }
 
     // The track's SONGS row and, where missing, its ARTISTS, ALBUMS, GENRES and COMPOSERS rows,
@@ -92,6 +94,9 @@ private:
     std::unique_ptr<Statement> deleteSong_;
     std::unique_ptr<Statement> deleteDirectory_;
     std::unique_ptr<Statement> deletePlaylistEntry_;
+    // Artist, album, genre and composer identifiers written (or found present) by this
+    // connection: most tracks share them with the track before.
+    std::unordered_set<std::string> namesWritten_;
     bool inTransaction_ = false;
     std::string lastError_;
 };

@@ -139,13 +139,20 @@ private:
 
     void wrote() {
         if (++writesInTransaction_ >= options_.filesPerTransaction) {
-            store_.commit();
-            writesInTransaction_ = 0;
+            commit();
+        }
+    }
+
+    void commit() {
+        writesInTransaction_ = 0;
+        if (!store_.commit()) {
+            warn(mountPoint_ + ": a transaction failed and was rolled back (" + store_.lastError() +
+                 "); the next scan writes its files again");
         }
     }
 
     void finish() {
-        store_.commit();
+        commit();
         if (statusWritten_ || interrupted()) {
             store_.writeStatus(mountPoint_, kStatusDone);
         }

@@ -2,8 +2,15 @@
 
 #include <sys/stat.h>
 #include <taglib/fileref.h>
+#include <taglib/flacfile.h>
+#include <taglib/id3v2tag.h>
+#include <taglib/mp4file.h>
+#include <taglib/mp4tag.h>
+#include <taglib/mpegfile.h>
 #include <taglib/tag.h>
 #include <taglib/tpropertymap.h>
+#include <taglib/wavfile.h>
+#include <taglib/xiphcomment.h>
 
 #include <climits>
 #include <cstdlib>
@@ -13,17 +20,89 @@ namespace tangor::index {
 namespace {
 
 // "3" and "3/12" both give 3; anything that does not start with a number gives 0.
-int leadingNumber(const TagLib::StringList& values) {
-    if (values.isEmpty()) {
-        return 0;
-    }
-    const std::string text = values.front().to8Bit(true);
+// "3" and "3/12" both give 3; anything that does not start with a number gives 0.
+int leadingNumber(const TagLib::String& value) {
+    const std::string text = value.to8Bit(true);
     char* end = nullptr;
     const long number = std::strtol(text.c_str(), &end, 10);
     if (end == text.c_str() || number < 0 || number > INT_MAX) {
         return 0;
     }
     return static_cast<int>(number);
+}
+
+// Composer and disc number are not in TagLib's common interface. The generic property map has
+// them, but builds every field of the tag to get there, so the usual tag kinds are read directly.
+void readId3v2Extras(const TagLib::ID3v2::Tag& tag, Tags& tags) {
+    const TagLib::ID3v2::FrameListMap& frames = tag.frameListMap();
+    const auto composer = frames.find("TCOM");
+    if (composer != frames.end() && !composer->second.isEmpty()) {
+        tags.composer = composer->second.front()->toString().to8Bit(true);
+    }
+    const auto disc = frames.find("TPOS");
+    if (disc != frames.end() && !disc->second.isEmpty()) {
+        tags.discNumber = leadingNumber(disc->second.front()->toString());
+    }
+}
+
+void readXiphExtras(const TagLib::Ogg::XiphComment& comment, Tags& tags) {
+    const TagLib::Ogg::FieldListMap& fields = comment.fieldListMap();
+    const auto composer = fields.find("COMPOSER");
+    if (composer != fields.end() && !composer->second.isEmpty()) {
+        tags.composer = composer->second.front().to8Bit(true);
+    }
+    const auto disc = fields.find("DISCNUMBER");
+    if (disc != fields.end() && !disc->second.isEmpty()) {
+        tags.discNumber = leadingNumber(disc->second.front());
+    }
+}
+
+void readMp4Extras(const TagLib::MP4::Tag& tag, Tags& tags) {
+    if (tag.contains("\251wrt")) {
+        const TagLib::StringList composers = tag.item("\251wrt").toStringList();
+        if (!composers.isEmpty()) {
+            tags.composer = composers.front().to8Bit(true);
+        }
+    }
+    if (tag.contains("disk")) {
+        const int disc = tag.item("disk").toIntPair().first;
+        tags.discNumber = disc > 0 ? disc : 0;
+    }
+}
+
+void readPropertyExtras(const TagLib::File& file, Tags& tags) {
+    const TagLib::PropertyMap properties = file.properties();
+    const auto composer = properties.find("COMPOSER");
+    if (composer != properties.end() && !composer->second.isEmpty()) {
+        tags.composer = composer->second.front().to8Bit(true);
+    }
+    const auto disc = properties.find("DISCNUMBER");
+    if (disc != properties.end() && !disc->second.isEmpty()) {
+        tags.discNumber = leadingNumber(disc->second.front());
+    }
+}
+
+template <typename FileType>
+const TagLib::ID3v2::Tag* id3v2TagOf(TagLib::File* file) {
+    auto* typed = dynamic_cast<FileType*>(file);
+    return typed && typed->hasID3v2Tag() ? typed->ID3v2Tag() : nullptr;
+}
+
+void readExtras(TagLib::File* file, Tags& tags) {
+    if (const auto* id3v2 = id3v2TagOf<TagLib::MPEG::File>(file)) {
+        readId3v2Extras(*id3v2, tags);
+    } else if (const auto* wav = id3v2TagOf<TagLib::RIFF::WAV::File>(file)) {
+        readId3v2Extras(*wav, tags);
+    } else if (auto* flac = dynamic_cast<TagLib::FLAC::File*>(file);
+               flac && flac->hasXiphComment()) {
+        readXiphExtras(*flac->xiphComment(), tags);
+    } else if (const auto* xiph = dynamic_cast<const TagLib::Ogg::XiphComment*>(file->tag())) {
+        readXiphExtras(*xiph, tags);  // Ogg Vorbis, Opus, Speex and FLAC
+    } else if (auto* mp4 = dynamic_cast<TagLib::MP4::File*>(file); mp4 && mp4->hasMP4Tag()) {
+        readMp4Extras(*mp4->tag(), tags);
+    } else {
+        readPropertyExtras(*file, tags);
+    }
 }
 
 int clampedTrack(unsigned int track) {
@@ -45,15 +124,7 @@ TagResult readTags(const std::string& path, Tags& tags) {
     tags.album = tag.album().to8Bit(true);
     tags.genre = tag.genre().to8Bit(true);
     tags.trackNumber = clampedTrack(tag.track());
-    const TagLib::PropertyMap properties = file.file()->properties();
-    const auto composer = properties.find("COMPOSER");
-    if (composer != properties.end() && !composer->second.isEmpty()) {
-        tags.composer = composer->second.front().to8Bit(true);
-    }
-    const auto disc = properties.find("DISCNUMBER");
-    if (disc != properties.end()) {
-        tags.discNumber = leadingNumber(disc->second);
-    }
+    readExtras(file.file(), tags);
     return TagResult::Read;
 }
 
