@@ -173,7 +173,7 @@ int runScan(const CommandLine& line) {
     }
     applyCoding(line);
     makeDatabaseParents(line.device);
-    Progress progress(stderr, !line.quiet && isatty(STDERR_FILENO), !line.quiet);
+    Progress progress(stderr, !line.quiet && isatty(STDERR_FILENO));
     const LogSinkReset logSinkReset;
     routeLibraryLog(progress, line.verbose);
     const auto start = std::chrono::steady_clock::now();

@@ -102,7 +102,9 @@ bool readPlaylistEntries(const std::string& path, std::vector<std::string>& entr
     }
     std::vector<std::string> lines;
     std::size_t start = 0;
-    while (start < content.size() && lines.size() < limits.maxEntries * 2) {
+    // A .pls file has up to three lines per entry (file, title, length).
+    const std::size_t maxLines = limits.maxEntries * 3 + 16;
+    while (start < content.size() && lines.size() < maxLines) {
         std::size_t end = content.find('\n', start);
         if (end == std::string::npos) {
             end = content.size();

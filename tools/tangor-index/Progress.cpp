@@ -16,8 +16,7 @@ std::string minutesAndSeconds(double seconds) {
 
 }  // namespace
 
-Progress::Progress(std::FILE* output, bool bar, bool warnings)
-    : output_(output), bar_(bar), warnings_(warnings) {}
+Progress::Progress(std::FILE* output, bool bar) : output_(output), bar_(bar) {}
 
 Progress::~Progress() {
     clear();
@@ -42,9 +41,7 @@ void Progress::fileDone() {
 }
 
 void Progress::warning(const std::string& message) {
-    if (warnings_) {
-        printLine("tangor-index: warning: " + message);
-    }
+    printLine("tangor-index: warning: " + message);
 }
 
 void Progress::notice(const std::string& message) {

@@ -13,9 +13,8 @@ namespace tangor::index {
 
 class Progress : public ScanObserver {
 public:
-    // `bar`: draw the bar (standard error is a terminal and the user wants it). `warnings`: print
-    // each warning.
-    Progress(std::FILE* output, bool bar, bool warnings);
+    // `bar`: draw the bar (standard error is a terminal and the user wants it).
+    Progress(std::FILE* output, bool bar);
     ~Progress() override;
 
     void partitionStarted(const std::string& mountPoint, std::size_t toRead) override;
@@ -36,7 +35,6 @@ private:
 
     std::FILE* output_;
     bool bar_;
-    bool warnings_;
     bool drawn_ = false;
     std::string mountPoint_;
     std::size_t total_ = 0;
