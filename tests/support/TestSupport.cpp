@@ -218,13 +218,14 @@ ProgramResult runProgram(const std::vector<std::string>& arguments) {
         argv.push_back(word.data());
     }
     argv.push_back(nullptr);
+    char* rawOutput = nullptr;
     char* rawError = nullptr;
     int waitStatus = 0;
     GError* spawnError = nullptr;
     const gboolean spawned =
-        g_spawn_sync(nullptr, argv.data(), nullptr,
-                     static_cast<GSpawnFlags>(G_SPAWN_SEARCH_PATH | G_SPAWN_STDOUT_TO_DEV_NULL),
-                     nullptr, nullptr, nullptr, &rawError, &waitStatus, &spawnError);
+        g_spawn_sync(nullptr, argv.data(), nullptr, G_SPAWN_SEARCH_PATH, nullptr, nullptr,
+                     &rawOutput, &rawError, &waitStatus, &spawnError);
+    const std::unique_ptr<char, GFreer> standardOutput(rawOutput);
     const std::unique_ptr<char, GFreer> standardError(rawError);
     ProgramResult result;
     if (!spawned) {
@@ -233,6 +234,7 @@ ProgramResult runProgram(const std::vector<std::string>& arguments) {
         return result;
     }
     result.standardError = standardError ? standardError.get() : "";
+    result.standardOutput = standardOutput ? standardOutput.get() : "";
     result.status = WIFEXITED(waitStatus) ? WEXITSTATUS(waitStatus) : -1;
     return result;
 }

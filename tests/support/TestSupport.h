@@ -77,14 +77,14 @@ std::vector<std::string> queryRows(sqlite3* db, const std::string& sql);
 void execSql(const std::string& path, const std::string& sql);
 
 // How a program ended: its exit status (-1 when it did not exit by itself, or could not be started,
-// which fails the test) and everything it wrote to standard error.
+// which fails the test) and everything it wrote.
 struct ProgramResult {
     int status = -1;
     std::string standardError;
+    std::string standardOutput;
 };
 
-// Runs `arguments` (the program's path first) and waits for its end; its standard output is
-// discarded. A cross build runs it through CMAKE_CROSSCOMPILING_EMULATOR, since the build machine
+// Runs `arguments` (the program's path first) and waits for its end. A cross build runs it through CMAKE_CROSSCOMPILING_EMULATOR, since the build machine
 // cannot execute the target's programs itself.
 ProgramResult runProgram(const std::vector<std::string>& arguments);
 

@@ -1,0 +1,253 @@
+// Whole scans of generated sample trees: the tables and views they fill, the readings of each
+// market, rescans, and the input that must not stop a scan.
+
+#include <sys/stat.h>
+#include <utime.h>
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "SampleLayout.h"
+#include "Scanner.h"
+#include "phonetic/InstalledDictionaries.h"
+#include "support/TestSupport.h"
+
+namespace tangor::test {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr int kFiles = sample::minimumFiles;
+
+class TangorIndexTest : public FixedPathsTest {
+protected:
+    void SetUp() override {
+        FixedPathsTest::SetUp();
+        mount = tree.file("usb");
+        const ProgramResult made =
+            runProgram({TANGOR_MAKE_SAMPLE_LIBRARY, mount, "--files", std::to_string(kFiles)});
+        ASSERT_EQ(made.status, 0) << made.standardError;
+    }
+
+    static std::string database(const std::string& device = "usb") {
+        return databaseDirectory() + device + ".tangor";
+    }
+    std::string path(const std::string& relative) const { return mount + "/" + relative; }
+    std::string path(int file) const { return path(sample::audioFile(file).path); }
+
+    ProgramResult scan(const std::vector<std::string>& options = {},
+                       const std::string& device = "usb") const {
+        std::vector<std::string> command = {TANGOR_INDEX, "scan", "--device", device, "--quiet"};
+        command.insert(command.end(), options.begin(), options.end());
+        command.push_back(mount);
+        return runProgram(command);
+    }
+
+    std::string value(const std::string& sql, const std::string& device = "usb") const {
+        const std::vector<std::string> rows = queryRows(database(device), sql);
+        return rows.empty() ? "<no row>" : rows.front();
+    }
+
+    TempDir tree;
+    std::string mount;
+};
+
+TEST_F(TangorIndexTest, FullScanFillsTheTablesAndTheViews) {
+    // A link back up the tree would make a walk that follows links go round for ever.
+    fs::create_directory_symlink("..", path("Misc/loop"));
+    const ProgramResult result = scan();
+    ASSERT_EQ(result.status, 0) << result.standardError;
+    EXPECT_NE(result.standardOutput.find("12 files indexed (12 read), 0 skipped, 1 warning"),
+              std::string::npos)
+        << result.standardOutput;
+    EXPECT_NE(result.standardError.find(path(sample::brokenTrack) +
+                                        ": tags cannot be read; indexed from its name"),
+              std::string::npos)
+        << result.standardError;
+
+    const std::pair<const char*, const char*> counts[] = {
+        {"SELECT COUNT(*) FROM SONGS", "12"},
+        {"SELECT COUNT(*) FROM VIEW_SONGS", "12"},
+        {"SELECT COUNT(*) FROM DIRECTORIES", "13"},  // 12 folders with audio or a playlist, root
+        {"SELECT COUNT(*) FROM PLAYLISTS", "12"},    // 13 entries, one naming no file
+        {"SELECT COUNT(*) FROM VIEW_PLAYLISTSONGS", "12"},
+        {"SELECT COUNT(*) FROM VIEW_PLAYLISTNAMES", "4"},
+        {"SELECT COUNT(*) FROM SONGS WHERE ASIANTITLE IS NOT NULL", "0"},
+        {"SELECT COUNT(*) FROM ARTISTS WHERE ASIANARTIST IS NOT NULL", "0"},
+    };
+    for (const auto& [sql, expected] : counts) {
+        EXPECT_EQ(value(sql), expected) << sql;
+    }
+    const std::string audioTypes = "SELECT AUDIOTYPE FROM VIEW_SONGS WHERE PATH = '";
+    EXPECT_EQ(value(audioTypes + path(sample::audiobookTrack) + "'"), "16");
+    EXPECT_EQ(value(audioTypes + path(sample::podcastTrack) + "'"), "32");
+    EXPECT_EQ(value("SELECT TITLE FROM SONGS WHERE PATH = '" + path(sample::brokenTrack) + "'"),
+              "broken");
+    EXPECT_EQ(value("SELECT OBJECTID = PARTITION_ID AND PARENT_ID = PARTITION_ID FROM DIRECTORIES "
+                    "WHERE PATH = '" +
+                    mount + "'"),
+              "1");
+    EXPECT_EQ(
+        value("SELECT COUNT(*) FROM DIRECTORIES d WHERE PATH <> '" + mount +
+              "' AND NOT EXISTS (SELECT 1 FROM DIRECTORIES p WHERE p.OBJECTID = d.PARENT_ID)"),
+        "0");
+    // In entry order, the case-insensitive and the "\"-separated entries resolved.
+    const std::string playlistTracks =
+        "SELECT group_concat(TRACKPATH, '|') FROM PLAYLISTS WHERE PLAYNAME = ";
+    EXPECT_EQ(value(playlistTracks + "'Favourites'"),
+              path(0) + "|" + path(7) + "|" + path(8) + "|" + path(2));
+    EXPECT_EQ(value(playlistTracks + "'Windows'"), path(9) + "|" + path(3) + "|" + path(4));
+
+    const ProgramResult listing = runProgram({TANGOR_INDEX, "list", "--device", "usb"});
+    EXPECT_EQ(listing.status, 0);
+    EXPECT_NE(listing.standardOutput.find("Anna Reader\tThe Long Road\tDeparture\taudiobook"),
+              std::string::npos)
+        << listing.standardOutput;
+    const ProgramResult status = runProgram({TANGOR_INDEX, "status", "--device", "usb", mount});
+    EXPECT_EQ(status.standardOutput, "DONE\n");
+}
+
+TEST_F(TangorIndexTest, ReadingsFollowTheMarket) {
+    installDictionary(6, phoneticTestList("pinyin-words.txt"));
+    struct Row {
+        const char* country;
+        int file;
+        const char* reading;  // of the title
+    };
+    const Row rows[] = {
+        {"6", 0, "BeiJing"},
+        {"6", 7, "silent morning"},  // no Chinese: the title, lowered
+        {"5", 2, "はろー わーるど"},
+        {"0", 0, "<null>"},
+    };
+    for (const Row& row : rows) {
+        const std::string device = std::string("market") + row.country;
+        const ProgramResult result = scan({"--country", row.country}, device);
+        ASSERT_EQ(result.status, 0) << result.standardError;
+        EXPECT_EQ(value("SELECT IFNULL(CAST(ASIANTITLE AS TEXT), '<null>') FROM SONGS WHERE "
+                        "PATH = '" +
+                            path(row.file) + "'",
+                        device),
+                  row.reading)
+            << "market " << row.country;
+    }
+}
+
+TEST_F(TangorIndexTest, RescanWritesOnlyWhatChanged) {
+    ASSERT_EQ(scan().status, 0);
+    const std::string idOf = "SELECT ID FROM SONGS WHERE PATH = '";
+    const std::string keptId = value(idOf + path(7) + "'");
+    const std::string added = path("Amber Rivers/Morning Roads/99 Copy.mp3");
+    fs::copy_file(path(7), added);
+    fs::copy_file(path(1), path(8), fs::copy_options::overwrite_existing);  // other tags
+    const utimbuf later{1700000000, 1700000000};
+    ASSERT_EQ(utime(path(8).c_str(), &later), 0);
+    fs::remove(path(10));  // an entry of Mix.pls
+
+    const ProgramResult result = scan();
+    ASSERT_EQ(result.status, 0) << result.standardError;
+    EXPECT_NE(result.standardOutput.find("12 files indexed (2 read)"), std::string::npos)
+        << result.standardOutput;
+    EXPECT_EQ(value(idOf + path(7) + "'"), keptId);
+    EXPECT_EQ(value("SELECT TITLE FROM SONGS WHERE PATH = '" + path(8) + "'"), "矮");
+    EXPECT_EQ(
+        value("SELECT COUNT(*) FROM SONGS WHERE PATH IN ('" + added + "', '" + path(10) + "')"),
+        "1");
+    EXPECT_EQ(value("SELECT group_concat(TRACKPATH, '|') FROM PLAYLISTS WHERE PLAYNAME = 'Mix'"),
+              path(11) + "|" + path(1));
+}
+
+TEST_F(TangorIndexTest, RescanWithNothingChangedWritesNothing) {
+    ASSERT_EQ(scan().status, 0);
+    const std::string before = readFile(database());
+    const ProgramResult result = scan();
+    ASSERT_EQ(result.status, 0) << result.standardError;
+    EXPECT_NE(result.standardOutput.find("(0 read)"), std::string::npos) << result.standardOutput;
+    std::string after = readFile(database());
+    ASSERT_EQ(after.size(), before.size());
+    // SQLite counts every write transaction in the header: the change counter and the
+    // version-valid-for number.
+    for (const std::size_t counter : {24, 92}) {
+        after.replace(counter, 4, before, counter, 4);
+    }
+    EXPECT_TRUE(after == before);
+}
+
+TEST_F(TangorIndexTest, UnreadableDatabaseIsMadeAnew) {
+    fs::create_directories(databaseDirectory());
+    writeFile(database(), std::string(4096, 'x'));
+    const ProgramResult result = scan();
+    ASSERT_EQ(result.status, 0) << result.standardError;
+    EXPECT_NE(result.standardError.find("the database of device usb cannot be validated (COULD "
+                                        "NOT GET DB VERSION): deleting it and making it anew"),
+              std::string::npos)
+        << result.standardError;
+    EXPECT_EQ(value("SELECT COUNT(*) FROM VIEW_SONGS"), "12");
+}
+
+// Deletes one file just before the scan reads it, or ends the scan after some files as a kill
+// would.
+class Interference : public index::ScanObserver {
+public:
+    std::string vanishing;
+    int filesBeforeKill = -1;
+
+    void fileStarting(const std::string& path) override {
+        if (path == vanishing) {
+            fs::remove(path);
+        }
+        if (filesBeforeKill >= 0 && filesBeforeKill-- == 0) {
+            throw std::runtime_error("killed");
+        }
+    }
+};
+
+TEST_F(TangorIndexTest, FileThatVanishesDuringTheScanIsSkipped) {
+    Interference interference;
+    interference.vanishing = path(7);
+    const index::ScanTotals totals = index::scanDevice("usb", {mount}, interference);
+    EXPECT_EQ(totals.indexed, 11u);
+    EXPECT_EQ(totals.skipped, 1u);
+    EXPECT_EQ(value("SELECT COUNT(*) FROM SONGS WHERE PATH = '" + path(7) + "'"), "0");
+}
+
+TEST_F(TangorIndexTest, ScanCutShortIsCompletedByTheNext) {
+    index::ScanOptions options;
+    options.filesPerTransaction = 2;
+    Interference interference;
+    interference.filesBeforeKill = 5;
+    EXPECT_THROW(index::scanDevice("usb", {mount}, interference, options), std::runtime_error);
+    EXPECT_EQ(value("SELECT COUNT(*) FROM SONGS"), "4");  // two transactions went through
+    EXPECT_EQ(value("SELECT VALUE FROM STATUS"), "SCANNING");
+
+    index::ScanObserver quiet;
+    const index::ScanTotals totals = index::scanDevice("usb", {mount}, quiet, options);
+    EXPECT_EQ(totals.written, 8u);
+    EXPECT_EQ(value("SELECT COUNT(*) FROM VIEW_PLAYLISTSONGS"), "12");
+    EXPECT_EQ(value("SELECT VALUE FROM STATUS"), "DONE");
+}
+
+TEST_F(TangorIndexTest, ErrorsEndWithAMessageAndAStatus) {
+    const std::pair<std::vector<std::string>, int> runs[] = {
+        {{"list", "--device", "none"}, 1},
+        {{"status", "--device", "none", "/mnt"}, 1},
+        {{"scan", "--device", "usb", "/no/such/folder"}, 1},
+        {{"scan", "/mnt"}, 2},
+    };
+    for (const auto& [arguments, status] : runs) {
+        std::vector<std::string> command = {TANGOR_INDEX};
+        command.insert(command.end(), arguments.begin(), arguments.end());
+        const ProgramResult result = runProgram(command);
+        EXPECT_EQ(result.status, status) << arguments.front();
+        EXPECT_EQ(result.standardError.rfind("tangor-index: ", 0), 0u) << result.standardError;
+    }
+}
+
+}  // namespace
+
+}  // namespace tangor::test

@@ -1,0 +1,54 @@
+#pragma once
+
+// Every statement of the indexer, next to each other. Rows are always selected for one partition,
+// whose identifier is the first parameter.
+
+namespace tangor::index::sql {
+
+inline constexpr const char* kBegin = "BEGIN TRANSACTION;";
+inline constexpr const char* kCommit = "COMMIT;";
+
+inline constexpr const char* kInsertSong =
+    "INSERT INTO SONGS(PARTITION_ID, PATH, OBJECTID, DIRECTORYID, NAME, TITLE, ARTISTID, ALBUMID, "
+    "GENREID, COMPOSERID, AUDIOTYPE, BOOKMARK, LASTMODIFIED, TRACKIND, DISCNUM, ASIANTITLE) "
+    "VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?);";
+inline constexpr const char* kInsertArtist =
+    "INSERT OR IGNORE INTO ARTISTS(ARTISTID, ARTIST, ASIANARTIST) VALUES (?, ?, ?);";
+inline constexpr const char* kInsertAlbum =
+    "INSERT OR IGNORE INTO ALBUMS(ALBUMID, ALBUM, ASIANALBUM) VALUES (?, ?, ?);";
+inline constexpr const char* kInsertGenre =
+    "INSERT OR IGNORE INTO GENRES(GENREID, GENRE, ASIANGENRE) VALUES (?, ?, ?);";
+inline constexpr const char* kInsertComposer =
+    "INSERT OR IGNORE INTO COMPOSERS(COMPOSERID, COMPOSER, ASIANCOMPOSER) VALUES (?, ?, ?);";
+inline constexpr const char* kInsertDirectory =
+    "INSERT OR IGNORE INTO DIRECTORIES(PARTITION_ID, PATH, NAME, OBJECTID, PARENT_ID) "
+    "VALUES (?, ?, ?, ?, ?);";
+inline constexpr const char* kInsertPlaylistEntry =
+    "INSERT INTO PLAYLISTS(PARTITION_ID, PLAYPATH, PLAYID, PLAYNAME, TRACKPATH, TRACKID, "
+    "AUDIOTYPE, "
+    "LASTMODIFIED) VALUES (?, ?, ?, ?, ?, ?, ?, ?);";
+
+// Rows are deleted by ID: paths compare without regard to case, and a partition may hold two
+// files whose names differ only in case.
+inline constexpr const char* kDeleteSong = "DELETE FROM SONGS WHERE ID = ?;";
+inline constexpr const char* kDeleteDirectory = "DELETE FROM DIRECTORIES WHERE ID = ?;";
+inline constexpr const char* kDeletePlaylistEntry = "DELETE FROM PLAYLISTS WHERE ID = ?;";
+
+inline constexpr const char* kSelectSongs =
+    "SELECT ID, PATH, LASTMODIFIED, AUDIOTYPE FROM SONGS WHERE PARTITION_ID = ?;";
+inline constexpr const char* kSelectDirectories =
+    "SELECT ID, PATH FROM DIRECTORIES WHERE PARTITION_ID = ?;";
+inline constexpr const char* kSelectPlaylistEntries =
+    "SELECT ID, PLAYPATH, TRACKPATH, TRACKID, AUDIOTYPE, LASTMODIFIED FROM PLAYLISTS "
+    "WHERE PARTITION_ID = ? ORDER BY ID;";
+
+// The listing: readings sort before names where there are some; CAST, because a blob would sort
+// after every text.
+inline constexpr const char* kListSongs =
+    "SELECT ARTIST, ALBUM, TITLE, AUDIOTYPE, PATH, IFNULL(CAST(ASIANARTIST AS TEXT), ''), "
+    "IFNULL(CAST(ASIANALBUM AS TEXT), ''), IFNULL(CAST(ASIANTITLE AS TEXT), '') FROM VIEW_SONGS "
+    "ORDER BY IFNULL(CAST(ASIANARTIST AS TEXT), ARTIST) COLLATE NOCASE, "
+    "IFNULL(CAST(ASIANALBUM AS TEXT), ALBUM) COLLATE NOCASE, DISCNUM, TRACKIND, "
+    "IFNULL(CAST(ASIANTITLE AS TEXT), TITLE) COLLATE NOCASE, PATH;";
+
+}  // namespace tangor::index::sql
