@@ -143,7 +143,7 @@ inline const char* extension(Format format) {
 
 namespace detail {
 
-// Word lists for the ordinary tracks. Changing them moves files: only append, never reorder.
+// Word lists for the ordinary tracks. Any change, even an added word, renames files and tags.
 inline constexpr const char* artistAdjectives[] = {
     "Amber", "Blue",  "Crimson",  "Silver",   "Golden", "Velvet",  "Electric",
     "Quiet", "Wild",  "Northern", "Hollow",   "Bright", "Distant", "Paper",
@@ -178,15 +178,14 @@ constexpr int count(const T (&)[Size]) {
     return Size;
 }
 
-// Two words chosen so that the first count(first) * count(second) numbers give distinct pairs;
-// later numbers repeat the pairs with a suffix.
-template <int FirstSize, int SecondSize>
-std::string pairName(const char* const (&first)[FirstSize], const char* const (&second)[SecondSize],
+// Two words chosen so that the first Size * Size numbers give distinct pairs; later numbers repeat
+// the pairs with a suffix.
+template <int Size>
+std::string pairName(const char* const (&first)[Size], const char* const (&second)[Size],
                      int number) {
-    static_assert(FirstSize == SecondSize, "the pair formula needs lists of one length");
-    std::string name = std::string(first[number % FirstSize]) + " " +
-                       second[(number / FirstSize + number) % SecondSize];
-    const int round = number / (FirstSize * SecondSize);
+    std::string name =
+        std::string(first[number % Size]) + " " + second[(number / Size + number) % Size];
+    const int round = number / (Size * Size);
     return round == 0 ? name : name + " " + std::to_string(round + 1);
 }
 
