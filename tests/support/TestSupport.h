@@ -84,8 +84,9 @@ struct ProgramResult {
     std::string standardOutput;
 };
 
-// Runs `arguments` (the program's path first) and waits for its end. A cross build runs it through CMAKE_CROSSCOMPILING_EMULATOR, since the build machine
-// cannot execute the target's programs itself.
+// Runs `arguments` (the program's path first) and waits for its end. A cross build runs it through
+// CMAKE_CROSSCOMPILING_EMULATOR, since the build machine cannot execute the target's programs
+// itself.
 ProgramResult runProgram(const std::vector<std::string>& arguments);
 
 // Builds the dictionary pair of the built-in engine ("njcon.a" at `njconPath`, "njtan.a" at
