@@ -83,11 +83,9 @@ TEST_F(TangorIndexTest, FullScanFillsTheTablesAndTheViews) {
     for (const auto& [sql, expected] : counts) {
         EXPECT_EQ(value(sql), expected) << sql;
     }
-    const std::string audioTypes = "SELECT AUDIOTYPE FROM VIEW_SONGS WHERE PATH = '";
-    EXPECT_EQ(value(audioTypes + path(sample::audiobookTrack) + "'"), "16");
-    EXPECT_EQ(value(audioTypes + path(sample::podcastTrack) + "'"), "32");
-    EXPECT_EQ(value("SELECT TITLE FROM SONGS WHERE PATH = '" + path(sample::brokenTrack) + "'"),
-              "broken");
+    EXPECT_EQ(value("SELECT AUDIOTYPE FROM VIEW_SONGS WHERE PATH = '" +
+                    path(sample::audiobookTrack) + "'"),
+              "16");
     EXPECT_EQ(value("SELECT OBJECTID = PARTITION_ID AND PARENT_ID = PARTITION_ID FROM DIRECTORIES "
                     "WHERE PATH = '" +
                     mount + "'"),
