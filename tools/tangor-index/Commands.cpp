@@ -10,9 +10,11 @@
 #include <chrono>
 #include <cstdio>
 #include <ctime>
+#include <filesystem>
 #include <stdexcept>
 
 #include "IndexSql.h"
+#include "MediaStore.h"
 #include "Progress.h"
 #include "Scanner.h"
 
@@ -20,7 +22,8 @@ namespace tangor::index {
 
 namespace {
 
-constexpr int kBusyTimeoutMs = 3600000;
+namespace fs = std::filesystem;
+
 constexpr std::size_t kMaxListedRows = 10000000;
 
 void fail(const std::string& message) {
@@ -72,15 +75,9 @@ bool isDirectory(const std::string& path) {
 // The folders above the database directory, which a demo or test build places below a folder of
 // its own; the library makes the database directory itself.
 void makeDatabaseParents(const std::string& device) {
-    const std::string database = corvina::DatabaseMgr().getDbNameFromDevId(device);
-    const std::size_t directoryEnd = database.rfind('/');
-    const std::size_t parentEnd = directoryEnd == std::string::npos
-                                      ? std::string::npos
-                                      : database.rfind('/', directoryEnd - 1);
-    for (std::size_t slash = database.find('/', 1);
-         slash != std::string::npos && slash <= parentEnd; slash = database.find('/', slash + 1)) {
-        mkdir(database.substr(0, slash).c_str(), 0755);
-    }
+    const fs::path database = corvina::DatabaseMgr().getDbNameFromDevId(device);
+    std::error_code ignored;  // a folder that cannot be made shows when the database is opened
+    fs::create_directories(database.parent_path().parent_path(), ignored);
 }
 
 bool databaseExists(const std::string& device) {
@@ -201,7 +198,7 @@ int runList(const CommandLine& line) {
     }
     sqlstl::sqlistream songs;
     try {
-        corvina::DatabaseMgr().open(line.device, songs, kBusyTimeoutMs);
+        corvina::DatabaseMgr().open(line.device, songs, MediaStore::kBusyTimeoutMs);
     } catch (const std::exception& error) {
         fail("device " + line.device + ": " + error.what());
         return 1;

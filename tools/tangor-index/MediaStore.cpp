@@ -12,8 +12,6 @@ namespace tangor::index {
 
 namespace {
 
-constexpr int kBusyTimeoutMs = 3600000;
-
 // The stream binds texts and ints only; these bind the next parameter the same way, keeping to
 // its state bits.
 void bindInt64(sqlstl::sqlostream& stream, std::int64_t value) {

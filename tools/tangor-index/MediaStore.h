@@ -40,6 +40,9 @@ struct PlaylistEntry {
 
 class MediaStore {
 public:
+    // Every connection of the indexer waits this long for a busy database, as the library's do.
+    static constexpr int kBusyTimeoutMs = 3600000;
+
     // Opens the device's database, whose schema createDb has made; throws std::runtime_error
     // "cannot open db" as DatabaseMgr does.
     explicit MediaStore(const std::string& devId);

@@ -20,7 +20,6 @@ namespace tangor::index {
 namespace {
 
 // "3" and "3/12" both give 3; anything that does not start with a number gives 0.
-// "3" and "3/12" both give 3; anything that does not start with a number gives 0.
 int leadingNumber(const TagLib::String& value) {
     const std::string text = value.to8Bit(true);
     char* end = nullptr;
@@ -45,8 +44,9 @@ void readId3v2Extras(const TagLib::ID3v2::Tag& tag, Tags& tags) {
     }
 }
 
-void readXiphExtras(const TagLib::Ogg::XiphComment& comment, Tags& tags) {
-    const TagLib::Ogg::FieldListMap& fields = comment.fieldListMap();
+// Xiph comments and the generic property map both keep lists of texts under these names.
+template <typename TextListMap>
+void readNamedExtras(const TextListMap& fields, Tags& tags) {
     const auto composer = fields.find("COMPOSER");
     if (composer != fields.end() && !composer->second.isEmpty()) {
         tags.composer = composer->second.front().to8Bit(true);
@@ -70,18 +70,6 @@ void readMp4Extras(const TagLib::MP4::Tag& tag, Tags& tags) {
     }
 }
 
-void readPropertyExtras(const TagLib::File& file, Tags& tags) {
-    const TagLib::PropertyMap properties = file.properties();
-    const auto composer = properties.find("COMPOSER");
-    if (composer != properties.end() && !composer->second.isEmpty()) {
-        tags.composer = composer->second.front().to8Bit(true);
-    }
-    const auto disc = properties.find("DISCNUMBER");
-    if (disc != properties.end() && !disc->second.isEmpty()) {
-        tags.discNumber = leadingNumber(disc->second.front());
-    }
-}
-
 template <typename FileType>
 const TagLib::ID3v2::Tag* id3v2TagOf(TagLib::File* file) {
     auto* typed = dynamic_cast<FileType*>(file);
@@ -95,13 +83,13 @@ void readExtras(TagLib::File* file, Tags& tags) {
         readId3v2Extras(*wav, tags);
     } else if (auto* flac = dynamic_cast<TagLib::FLAC::File*>(file);
                flac && flac->hasXiphComment()) {
-        readXiphExtras(*flac->xiphComment(), tags);
+        readNamedExtras(flac->xiphComment()->fieldListMap(), tags);
     } else if (const auto* xiph = dynamic_cast<const TagLib::Ogg::XiphComment*>(file->tag())) {
-        readXiphExtras(*xiph, tags);  // Ogg Vorbis, Opus, Speex and FLAC
+        readNamedExtras(xiph->fieldListMap(), tags);  // Ogg Vorbis, Opus, Speex and FLAC
     } else if (auto* mp4 = dynamic_cast<TagLib::MP4::File*>(file); mp4 && mp4->hasMP4Tag()) {
         readMp4Extras(*mp4->tag(), tags);
     } else {
-        readPropertyExtras(*file, tags);
+        readNamedExtras(file->properties(), tags);
     }
 }
 
