@@ -8,13 +8,15 @@
 #include <tangor/platform/CCodeDataManager.h>
 
 #include <filesystem>
+#include <stdexcept>
 #include <string>
+#include <vector>
 
 #include "support/TestSupport.h"
 
 namespace tangor::test {
 
-inline constexpr int kTestCountryCode = 9;
+using Rows = std::vector<std::string>;
 
 // The record every opened stream logs.
 inline const std::string kTimeout = "Set timeout to 3600000 ms";
@@ -24,17 +26,30 @@ inline std::string idOf(const std::string& mountPoint) {
     return corvina::Md5(corvina::Md5::Directory, mountPoint).value;
 }
 
+// The text of what `operation` throws, or "nothing thrown".
+template <typename Operation>
+std::string errorOf(Operation operation) {
+    try {
+        operation();
+    } catch (const std::runtime_error& error) {
+        return error.what();
+    }
+    return "nothing thrown";
+}
+
 class DatabaseTest : public FixedPathsTest {
 protected:
     void SetUp() override {
         FixedPathsTest::SetUp();
-        CCodeDataManager::GetInstance().SetCountryCode(kTestCountryCode);
+        CCodeDataManager::GetInstance().SetCountryCode(9);
         std::filesystem::create_directories(databaseDirectory());
     }
 
     static std::string dbPath(const std::string& devId) {
         return databaseDirectory() + devId + ".tangor";
     }
+    // The rows of `sql` run on the database of device "usb1".
+    static Rows table(const std::string& sql) { return queryRows(dbPath("usb1"), sql); }
 
     corvina::DatabaseMgr mgr;
     LogCapture log;

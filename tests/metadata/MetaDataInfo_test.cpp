@@ -10,6 +10,29 @@
 
 namespace corvina {
 
+TEST(Md5, IdentifierIsKindPrefixAndLowercaseDigestOfEveryByte) {
+    const std::tuple<Md5::Kind, std::string, const char*> cases[] = {
+        {Md5::Track, "", "trk:d41d8cd98f00b204e9800998ecf8427e"},
+        {Md5::Directory, "abc", "dir:900150983cd24fb0d6963f7d28e17f72"},
+        {Md5::Artist, "Various Artists", "art:0486c50bd56daeda83983319d4a2e770"},
+        {Md5::Album, "abc", "alb:900150983cd24fb0d6963f7d28e17f72"},
+        {Md5::Genre, "abc", "gen:900150983cd24fb0d6963f7d28e17f72"},
+        {Md5::Composer, "abc", "com:900150983cd24fb0d6963f7d28e17f72"},
+        {Md5::Playlist, "abc", "pla:900150983cd24fb0d6963f7d28e17f72"},
+        // A NUL byte is hashed like any other ("a" alone gives 0cc175b9...).
+        {Md5::Track, std::string("a\0b", 3), "trk:70350f6027bce3713f6b76473084309b"},
+    };
+    for (const auto& [kind, text, expected] : cases) {
+        const Md5 id(kind, text);
+        EXPECT_EQ(std::tie(id.value, id.kind), std::make_tuple(expected, kind));
+    }
+    // assign() replaces both fields, even from the object's own value.
+    Md5 id(Md5::Genre, "abc");
+    id.assign(Md5::Track, id.value);
+    EXPECT_EQ(std::tie(id.value, id.kind),
+              std::make_tuple("trk:9445a6808093591a27c4dd836b8f4a6c", Md5::Track));
+}
+
 const std::string mountPoint = "/media/usb1";
 
 // Every identifier names its field's final text.
@@ -33,14 +56,12 @@ static auto fieldsOf(const MetaDataInfo& i) {
 
 TEST(MetaDataInfo, PathSplitsAtItsLastSlashAndTitleDropsTheLastExtension) {
     const std::tuple<const char*, const char*, const char*, const char*> cases[] = {
-        {"Music/Jazz/Track01.mp3", "Music/Jazz", "Track01.mp3", "Track01"},
-        {"song.mp3", "song.mp3", "song.mp3", "song"},
+        {"a/b/x.tar.gz", "a/b", "x.tar.gz", "x.tar"},
+        {"song.mp3", "song.mp3", "song.mp3", "song"},  // no "/": both are the whole path
         {"a/b/", "a/b", "", ""},
-        {"d/archive.tar.gz", "d", "archive.tar.gz", "archive.tar"},
-        {"d/.mp3", "d", ".mp3", ""},
+        {"d/.mp3", "d", ".mp3", ""},  // no placeholder for an empty title
         {"/x.mp3", "", "x.mp3", "x"},
         {"v1.2/README", "v1.2", "README", "README"},
-        {"", "", "", ""},
     };
     for (const auto& c : cases) {
         const MetaDataInfo i(std::get<0>(c), mountPoint, "", "", "", "", "", 0, 0, 0);
@@ -64,13 +85,10 @@ static void expectTags(const Tag& tag, const std::string& e) {
 TEST(MetaDataInfo, TagIsMissingWhenItsFirstCharacterIsNulOrItsViewIsNullOrEmpty) {
     expectTags(std::string(), "");
     expectTags(std::string("\0x", 2), "");
-    expectTags(std::string(" "), " ");
-    expectTags(std::string("\tJazz "), "\tJazz ");
-    expectTags(StrippedValue{nullptr, 0}, "");
+    expectTags(std::string(" "), " ");  // not trimmed
     expectTags(StrippedValue{nullptr, 3}, "");
     expectTags(StrippedValue{"abc", 0}, "");
-    expectTags(StrippedValue{"abc", 2}, "ab");
-    expectTags(StrippedValue{" a ", 3}, " a ");
+    expectTags(StrippedValue{" ab", 2}, " a");
     // Views place each tag in its field as text tags do.
     const auto v = [](const char* text) { return StrippedValue{text, 1}; };
     EXPECT_TRUE(
@@ -79,10 +97,11 @@ TEST(MetaDataInfo, TagIsMissingWhenItsFirstCharacterIsNulOrItsViewIsNullOrEmpty)
 }
 
 TEST(MetaDataInfo, TrimCutsSpacesOnlyAndReadsOnlyTheGivenLength) {
+    // Text, length, then the offset and length of what is kept.
     const std::tuple<const char*, unsigned, unsigned, unsigned> cases[] = {
-        {"  Rock  ", 8, 2, 4}, {"    ", 4, 4, 0},  {"", 0, 0, 0},
-        {"\tRock", 5, 0, 5},   {" a b ", 5, 1, 3}, {"  \0 ", 4, 2, 1},
-        {"  ab  cd", 4, 2, 2}, {"x  ", 1, 0, 1},   {nullptr, 3, 0, 0}};
+        {"  a b  ", 7, 2, 3},  {"    ", 4, 4, 0},  {"\t\0 ", 3, 0, 2},
+        {"  ab  cd", 4, 2, 2}, {nullptr, 3, 0, 0},
+    };
     for (const auto& [text, length, offset, kept] : cases) {
         const StrippedValue t = trim(text, length);
         EXPECT_EQ(std::make_pair(t.text, t.length), std::make_pair(text + offset, kept)) << length;
@@ -127,6 +146,38 @@ TEST(MetaDataInfo, CopyDuplicatesTheReadingsMoveHandsThemOverAssignmentReleasesT
     EXPECT_EQ(target.asianFields, set);
     target = MetaDataInfo("d/none.mp3", mountPoint, "", "", "", "", "", 0, 0, 0);
     EXPECT_EQ(target.asianFields, nullptr);
+}
+
+constexpr int M = MetaDataInfo::Music, A = MetaDataInfo::Audiobook, P = MetaDataInfo::Podcast;
+
+// The type, the final genre and its identifier, then a second call deciding the same.
+static void expectType(const std::string& path, const std::string& genre, int type,
+                       const std::string& finalGenre) {
+    SCOPED_TRACE(path + " " + genre);
+    MetaDataInfo i(path, "/m", "", "", "", genre, "", 0, 0, 0);
+    EXPECT_EQ(std::tie(i.audioType, i.genre, i.genreId.value),
+              std::make_tuple(type, finalGenre, Md5(Md5::Genre, finalGenre).value));
+    EXPECT_EQ(i.getAudioType(), type);
+    EXPECT_EQ(i.genre, finalGenre);
+}
+
+// A name ending in its first ".m4b" decides first; the genre's keywords are checked at the first,
+// last, shortest and longest entries, odd spellings and non-ASCII ones.
+TEST(AudioType, M4bNameThenTheWholeGenreWithAsciiLettersLoweredDecide) {
+    expectType("d/Book.M4B", "podcast", A, "Audiobooks");
+    expectType("d/.m4b", "", A, "Audiobooks");
+    expectType("d/a.m4b.mp3", "Rock", M, "Rock");
+    expectType("d/x.m4b.m4b", "Rock", M, "Rock");
+    expectType("d/xm4b", "Rock", M, "Rock");
+    expectType("d.m4b/x.m4b", "Rock", A, "Audiobooks");
+    expectType("a.mp3", "PODCAST", P, "PODCAST");
+    for (const char* genre : {"Audiobook", "BOOKS ,N BPOKEN", "InformationWestern", "Hörbücher",
+                              "Krimi", "SCIENCE FICTION LOVE STORY", "KURZGESCHICHTEN"}) {
+        expectType("a.mp3", genre, A, genre);
+    }
+    for (const char* genre : {"podcast ", "Western", "HÖRBUCH", "science fiction love story!"}) {
+        expectType("a.mp3", genre, M, genre);
+    }
 }
 
 }  // namespace corvina

@@ -9,12 +9,6 @@
 #include "platform/Logging.h"
 #include "support/TestSupport.h"
 
-static void logHundredTimes() {
-    for (int i = 0; i < 100; ++i) {
-        implLog(0, DLT_LOG_INFO, "worker", i, "", "%d", i);
-    }
-}
-
 // Logs through the library's macro and gives the line it logged from.
 static int logFromHere() {
     TANGOR_LOG(DLT_LOG_WARN, "value %d of %s", 7, "seven");
@@ -53,11 +47,9 @@ TEST(Log, SinkMayLogAndRestoreTheDefaultWhichShowsOnlyWarnAndAbove) {
     for (int level = DLT_LOG_FATAL; level <= DLT_LOG_VERBOSE; ++level) {
         implLog(0, static_cast<DltLogLevelType>(level), "f", level, "", "level %d", level);
     }
-    const std::string output = testing::internal::GetCapturedStderr();
     EXPECT_EQ(calls, 2);
-    EXPECT_TRUE(
-        testing::internal::RE::FullMatch(output, "[^\n]*level 1\n[^\n]*level 2\n[^\n]*level 3\n"))
-        << output;
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "tangor FATAL f:1: level 1\ntangor ERROR f:2: level 2\ntangor WARN f:3: level 3\n");
 }
 
 // Under ThreadSanitizer an unguarded sink shows up here.
@@ -65,6 +57,11 @@ TEST(Log, ThreadsMayLogWhileTheSinkIsReplaced) {
     std::atomic<int> delivered{0};
     const LogSink count = [&delivered](const LogRecord&) { ++delivered; };
     setLogSink(count);
+    const auto logHundredTimes = [] {
+        for (int i = 0; i < 100; ++i) {
+            implLog(0, DLT_LOG_INFO, "worker", i, "", "%d", i);
+        }
+    };
     std::thread a(logHundredTimes), b(logHundredTimes), c(logHundredTimes);
     for (int i = 0; i < 100; ++i) {
         setLogSink(count);
