@@ -10,18 +10,12 @@
 
 namespace tangor::test {
 
-inline std::string dictionaryFolder(int countryCode) {
+// The market's "njcon.a", or with `words` its "njtan.a" (6: mainland, 9: Taiwan).
+inline std::string dictionaryPath(int countryCode, bool words) {
+    const bool cn = countryCode == 6;
     return std::string(TANGOR_SYSROOT) + "/opt/hmi/data/ro/FEP/dic/utf16be/ZH/" +
-           (countryCode == 6 ? "CN" : "TW");
-}
-
-inline std::string settingsPath(int countryCode) {
-    return dictionaryFolder(countryCode) + "/njcon.a";
-}
-
-inline std::string wordsPath(int countryCode) {
-    return dictionaryFolder(countryCode) + (countryCode == 6 ? "/pinyin" : "/bopomofo") +
-           "/njtan.a";
+           (!words ? (cn ? "CN/njcon.a" : "TW/njcon.a")
+                   : (cn ? "CN/pinyin/njtan.a" : "TW/bopomofo/njtan.a"));
 }
 
 // A word list kept beside the phonetic tests.
@@ -31,8 +25,8 @@ inline std::string phoneticTestList(const char* name) {
 
 inline void installDictionary(int countryCode, const std::string& wordList) {
     std::filesystem::create_directories(
-        std::filesystem::path(wordsPath(countryCode)).parent_path());
-    makeDictionary(wordList, settingsPath(countryCode), wordsPath(countryCode));
+        std::filesystem::path(dictionaryPath(countryCode, true)).parent_path());
+    makeDictionary(wordList, dictionaryPath(countryCode, false), dictionaryPath(countryCode, true));
 }
 
 }  // namespace tangor::test
