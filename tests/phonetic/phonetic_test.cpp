@@ -53,8 +53,9 @@ TEST_F(Phonetic, ReadingsPerMarketWithinTheirBuffersAndLineEndsCutInPlace) {
         std::string reading;
         const char* left = nullptr;  // what is left of the input, when it is cut
     } cases[] = {
-        {6, "矮", "ǎi"},                    // a first byte outside a to z is kept
-        {9, "x台灣北", "ㄊㄞˊㄨㄢ ㄅㄟˇ"},  // no reading for x, no space before the first
+        {6, "矮", "ǎi"},                      // a first byte outside a to z is kept
+        {9, "。台灣北", "ㄊㄞˊㄨㄢ ㄅㄟˇ"},   // no reading for 。, no space before the first
+        {9, "x台灣北", "x ㄊㄞˊㄨㄢ ㄅㄟˇ"},  // Latin letters keep their place
         // Only 55 of 60 units are read, over two splits of at most 50 words, joined as one.
         {9, repeated("北", 60), repeated("ㄅㄟˇ", 55, " ")},
         {9, repeated("一", 55), "ㄧ"},  // the longest word allowed is read whole
@@ -77,6 +78,40 @@ TEST_F(Phonetic, ReadingsPerMarketWithinTheirBuffersAndLineEndsCutInPlace) {
         free_dic(iWnn);
     }
     EXPECT_EQ(transf_to_pinyin(nullptr), nullptr);
+}
+
+// A weighted dictionary: the split of the greatest total weight over the whole text, readings
+// syllable by syllable, start words only at the start, Latin words beside dictionary words only.
+TEST_F(Phonetic, WeightedDictionariesReadEachTextInItsContext) {
+    installDictionary(6, phoneticTestList("pinyin-weighted.txt"));
+    installDictionary(9, phoneticTestList("bopomofo-weighted.txt"));
+    const struct {
+        int countryCode;
+        std::string text;
+        std::string reading;
+    } cases[] = {
+        {6, "长大", "ZhangDa"},
+        {6, "长城", "ChangCheng"},
+        {6, "长城长大", "ChangChengZhangDa"},
+        {6, "的确实", "DeQueShi"},
+        {6, "曾经", "CengJing"},  // a word beats the start word
+        {6, "曾志伟", "ZengZhiWei"},
+        {6, "志曾", "ZhiCeng"},  // a start word holds at the start only
+        {6, "海阔天空", "HaiKuoTianKong"},
+        {6, "一点儿", "Yidianr"},
+        {6, "Beyond 海阔天空", "BeyondHaiKuoTianKong"},
+        {6, "Ｂ2 长城", "B2ChangCheng"},
+        {6, "Hello World", ""},  // no dictionary word: no reading at all
+        {9, "長大的長城", "ㄓㄤˇ ㄉㄚˋ ˙ㄉㄜ ㄔㄤˊ ㄔㄥˊ"},
+        {9, "Live 長城", "live ㄔㄤˊ ㄔㄥˊ"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.text + " on market " + std::to_string(c.countryCode));
+        init_lib(iWnn, c.countryCode);
+        std::string input = c.text;
+        EXPECT_EQ(readingOf(input), c.reading);
+        free_dic(iWnn);
+    }
 }
 
 // With a candidate limit of one unit, 你好 has no candidate and ends the split: 京 after it is

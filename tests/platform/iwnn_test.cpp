@@ -111,9 +111,14 @@ TEST_F(IwnnTest, SplitTakesTheLongestWordsAndReadingAndCandidateFitTheBuffer) {
         {u"龙卷风", "龙卷风:7 /3"},      // 龙's reading follows it in the pool, unmatched
         {u"", "/0"},
         // At most 50 records, and never a word that would take the count past 255 units.
-        {std::u16string(60, u'x'), repeat<std::string>("x:-1 ", 50) + "/50"},
+        {std::u16string(60, u'。'), repeat<std::string>("。:-1 ", 50) + "/50"},
         {repeat<std::u16string>(u"abcdefghij", 30),
-         repeat<std::string>("abcdefghij:0 ", 25) + "/250"},
+         repeat<std::string>("abcdefghij:0 ", 25) + "abcde:-2 /255"},
+        // Latin letters and digits go by runs of at most 55, which read beside dictionary words
+        // only.
+        {u"北Ab1 京", "北:2 Ab1:-2  :-1 京:1 /6"},
+        {u"Ab1 ｘ", "Ab1:-1  :-1 ｘ:-1 /5"},
+        {std::u16string(60, u'x'), std::string(55, 'x') + ":-1 xxxxx:-1 /60"},
     };
     for (const auto& [text, expected] : splits) {
         EXPECT_EQ(split(text), expected);
@@ -156,7 +161,7 @@ TEST_F(IwnnTest, CallsFailBeforeInitOnForeignRecordsAndAfterTheImagesChangeOrRun
     IwnnDicSet& set = work_.dicSet;
     void* const settings = set.buffers[IWNN_SETTINGS_BUFFER];
     // Records mmx_split_word could not have made.
-    const IwnnWord foreign[] = {{good.text, good.length, kCount}, {good.text, 2, -1}};
+    const IwnnWord foreign[] = {{good.text, good.length, -1, kCount}, {good.text, 0, -1, -1}};
     unsigned char buffer[112];
     for (const IwnnWord& record : foreign) {
         EXPECT_LT(mmx_get_yomi(&work_, &record, buffer, 112, nullptr), 0) << record.entry;
@@ -196,7 +201,8 @@ TEST_F(IwnnTest, MalformedImagesAreRefusedWithoutReadingPastThem) {
     } rows[] = {
         {"words shorter than their header", true, 0, 0, 15},
         {"words magic", true, 0, 1, 'X'},
-        {"words version 2", true, 4, 2, 2},
+        {"words version 3", true, 4, 2, 3},
+        {"words version 2 beside settings version 1", true, 4, 2, 2},
         {"entry count one too large", true, 8, 4, kCount + 1},
         {"entry count whose bytes wrap in 32 bits", true, 8, 4, kCount + (1u << 29)},
         {"pool whose bytes wrap in 32 bits", true, 12, 4, kPoolUnits + (1u << 31)},

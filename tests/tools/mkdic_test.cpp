@@ -20,7 +20,7 @@ TEST(Mkdic, ReportsEachFaultWritingNoFileAndSkipsCommentsEmptyLinesAndLineEnds) 
     const std::pair<std::string, std::string> lines[] = {
         {"北\tbei", ""},
         {"no tab", "no tab between word and reading"},
-        {"a\tb\tc", "more than one tab"},
+        {"a\tb\tc", "weight not a decimal count up to 4294967295"},
         {"\treading", "empty word"},
         {"word\t\r", "empty reading"},
         {"\xC0\xAF\toverlong slash", "invalid UTF-8 in the word"},

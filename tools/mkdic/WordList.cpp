@@ -72,6 +72,20 @@ void sortAndReportDuplicates(WordList& list) {
                      [](const LineError& a, const LineError& b) { return a.line < b.line; });
 }
 
+// Readings of a weighted list are syllables separated by single spaces.
+bool hasEmptySyllable(const std::u16string& reading) {
+    return reading.front() == u' ' || reading.back() == u' ' ||
+           reading.find(u"  ") != std::u16string::npos;
+}
+
+void reportBadSyllables(WordList& list) {
+    for (const WordEntry& entry : list.entries) {
+        if (hasEmptySyllable(entry.reading)) {
+            list.errors.push_back({entry.line, "reading with an empty syllable"});
+        }
+    }
+}
+
 std::string checkText(std::string_view text, const char* what, std::size_t maxUnits,
                       std::u16string& out) {
     if (text.empty()) {
@@ -123,25 +137,81 @@ bool decodeUtf8(std::string_view text, std::u16string& out) {
     return true;
 }
 
+namespace {
+
+std::vector<std::string_view> splitFields(std::string_view line) {
+    std::vector<std::string_view> fields;
+    for (std::size_t start = 0;;) {
+        const std::size_t tab = line.find('\t', start);
+        fields.push_back(line.substr(start, tab == std::string_view::npos ? tab : tab - start));
+        if (tab == std::string_view::npos || fields.size() > 4) {
+            return fields;
+        }
+        start = tab + 1;
+    }
+}
+
+bool parseWeight(std::string_view text, std::uint32_t& weight) {
+    if (text.empty() || text.size() > 10) {
+        return false;
+    }
+    std::uint64_t value = 0;
+    for (const char c : text) {
+        if (c < '0' || c > '9') {
+            return false;
+        }
+        value = value * 10 + static_cast<unsigned>(c - '0');
+    }
+    weight = static_cast<std::uint32_t>(value);
+    return value <= UINT32_MAX;
+}
+
+std::string parseExtras(const std::vector<std::string_view>& fields, WordEntry& entry) {
+    if (fields.size() < 3) {
+        return {};
+    }
+    if (!parseWeight(fields[2], entry.weight)) {
+        return "weight not a decimal count up to 4294967295";
+    }
+    entry.weighted = true;
+    if (fields.size() == 4) {
+        if (fields[3] != "start") {
+            return "fourth field not \"start\"";
+        }
+        if (entry.word.size() >= iwnn::kMaxWordUnits) {
+            return "start word longer than " + std::to_string(iwnn::kMaxWordUnits - 1) +
+                   " UTF-16 units";
+        }
+        entry.word.insert(entry.word.begin(), static_cast<char16_t>(iwnn::kStartUnit));
+    }
+    return {};
+}
+
+}  // namespace
+
 std::string parseLine(std::string_view line, WordEntry& entry, bool& skipped) {
     skipped = line.empty() || line.front() == '#';
     if (skipped) {
         return {};
     }
-    const std::size_t tab = line.find('\t');
-    if (tab == std::string_view::npos) {
+    const std::vector<std::string_view> fields = splitFields(line);
+    if (fields.size() < 2) {
         return "no tab between word and reading";
     }
-    if (line.find('\t', tab + 1) != std::string_view::npos) {
-        return "more than one tab";
+    if (fields.size() > 4) {
+        return "more than four fields";
     }
     entry.word.clear();
     entry.reading.clear();
-    std::string reason = checkText(line.substr(0, tab), "word", iwnn::kMaxWordUnits, entry.word);
+    std::string reason = checkText(fields[0], "word", iwnn::kMaxWordUnits, entry.word);
     if (reason.empty()) {
-        reason = checkText(line.substr(tab + 1), "reading", iwnn::kMaxReadingUnits, entry.reading);
+        reason = checkText(fields[1], "reading", iwnn::kMaxReadingUnits, entry.reading);
     }
-    return reason;
+    if (reason.empty() &&
+        entry.word.find(static_cast<char16_t>(iwnn::kStartUnit)) != std::u16string::npos) {
+        reason = "U+0001 in the word";
+    }
+    return reason.empty() ? parseExtras(fields, entry) : reason;
 }
 
 bool readWordList(std::FILE* file, WordList& list, std::string& error) {
@@ -174,6 +244,11 @@ bool readWordList(std::FILE* file, WordList& list, std::string& error) {
     if (std::ferror(file)) {
         error = errno != 0 ? std::strerror(errno) : "read error";
         return false;
+    }
+    list.weighted = std::any_of(list.entries.begin(), list.entries.end(),
+                                [](const WordEntry& entry) { return entry.weighted; });
+    if (list.weighted) {
+        reportBadSyllables(list);
     }
     sortAndReportDuplicates(list);
     return true;

@@ -82,5 +82,5 @@ int main(int argc, char** argv) {
     if (!list.errors.empty()) {
         return 1;
     }
-    return writeImages(corvina::mkdic::buildImages(list.entries), argv[2], argv[3]);
+    return writeImages(corvina::mkdic::buildImages(list.entries, list.weighted), argv[2], argv[3]);
 }

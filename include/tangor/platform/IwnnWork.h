@@ -33,6 +33,7 @@ typedef struct IwnnLoadedDictionary {
     uint16_t longestWord;     // units
     uint16_t candidateLimit;  // units
     const void* wordIndex;    // the engine buffer it built for these words; null without one
+    uint16_t version;         // of the format: 2 weighs the words, 1 takes the longest
 } IwnnLoadedDictionary;
 
 typedef struct IwnnDicSet {
@@ -48,12 +49,16 @@ typedef struct IwnnWork {
     IwnnDicSet dicSet;   // cleared as a whole before dictionaries are loaded
 } IwnnWork;
 
-// One word found by mmx_split_word.
+// One word found by mmx_split_word: a dictionary entry, or one syllable of it, or a run of Latin
+// letters and digits, or units without a reading.
 typedef struct IwnnWord {
     const unsigned char* text;  // the word's first unit, inside the text that was split
     uint16_t length;            // units
-    int32_t entry;              // dictionary entry, -1 for a unit without one
+    int16_t part;               // the syllable of the entry's reading, -1 for the whole reading
+    int32_t entry;              // dictionary entry, or IWNN_NO_READING, or IWNN_LATIN_RUN
 } IwnnWord;
+
+enum { IWNN_NO_READING = -1, IWNN_LATIN_RUN = -2 };
 
 #ifdef __cplusplus
 }

@@ -10,7 +10,10 @@
 
 namespace corvina::iwnn {
 
+// Version 1: words and readings. Version 2 adds a cost to every entry, readings made of
+// syllables separated by spaces, and words that hold only at the start of a text.
 constexpr std::uint16_t kFormatVersion = 1;
+constexpr std::uint16_t kWeightedFormatVersion = 2;
 constexpr std::uint16_t kMaxWordUnits = 55;
 constexpr std::uint16_t kMaxReadingUnits = 55;
 constexpr std::uint16_t kMaxCandidateLimit = 55;
@@ -35,15 +38,29 @@ constexpr std::size_t kWordsCountAt = 8;       // u32, entries
 constexpr std::size_t kWordsPoolUnitsAt = 12;  // u32, units in the pool
 
 // One entry: the word's units stand at `offset` in the pool, its reading's units right after.
-constexpr std::uint32_t kEntrySize = 8;
 constexpr std::size_t kEntryOffsetAt = 0;         // u32, units into the pool
 constexpr std::size_t kEntryWordLengthAt = 4;     // u16, units
 constexpr std::size_t kEntryReadingLengthAt = 6;  // u16, units
+constexpr std::size_t kEntryCostAt = 8;           // u16, version 2 only
+
+constexpr std::uint32_t entrySize(std::uint16_t version) {
+    return version == kWeightedFormatVersion ? 10 : 8;
+}
+
+// Version 2: a word whose first unit is this one holds only where a text starts (a surname that
+// reads otherwise inside a text); the unit itself stands for the start and matches nothing.
+constexpr std::uint16_t kStartUnit = 0x0001;
+// Version 2: the syllables of a reading are separated by one space each.
+constexpr std::uint16_t kSyllableSeparator = 0x0020;
+// Version 2: an entry's cost is -ln(its share of all the weights) in thousandths, capped.
+constexpr double kCostPerNat = 1000.0;
+constexpr std::uint16_t kMaxCost = 0xFFFF;
 
 // The byte count of a words file with `count` entries and `poolUnits` units, in 64 bits: hostile
 // counts must not wrap around on a 32-bit target.
-constexpr std::uint64_t wordsFileSize(std::uint64_t count, std::uint64_t poolUnits) {
-    return kWordsHeaderSize + kEntrySize * count + 2 * poolUnits;
+constexpr std::uint64_t wordsFileSize(std::uint16_t version, std::uint64_t count,
+                                      std::uint64_t poolUnits) {
+    return kWordsHeaderSize + entrySize(version) * count + 2 * poolUnits;
 }
 
 inline std::uint16_t readU16(const unsigned char* at) {

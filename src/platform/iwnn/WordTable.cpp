@@ -32,13 +32,38 @@ bool isValidLength(unsigned units, unsigned limit) {
     return units >= 1 && units <= limit;
 }
 
+bool isKnownVersion(std::uint16_t version) {
+    return version == kFormatVersion || version == kWeightedFormatVersion;
+}
+
+// A start word is the start unit and at least one more; the start unit stands nowhere else.
+bool hasValidStartUnits(const unsigned char* word, unsigned units) {
+    for (unsigned i = 1; i < units; ++i) {
+        if (readU16(word + 2 * i) == kStartUnit) {
+            return false;
+        }
+    }
+    return readU16(word) != kStartUnit || units >= 2;
+}
+
+// Syllables separated by single spaces, none empty.
+bool hasValidSyllables(const unsigned char* reading, unsigned units) {
+    bool afterSeparator = true;
+    for (unsigned i = 0; i < units; ++i) {
+        const bool separator = readU16(reading + 2 * i) == kSyllableSeparator;
+        if (separator && afterSeparator) {
+            return false;
+        }
+        afterSeparator = separator;
+    }
+    return !afterSeparator;
+}
+
 // Every entry lies inside the pool, holds a word and a reading of allowed lengths without a zero
 // unit, and follows the one before it. Sets `longest` to the longest word.
-bool hasValidEntries(const unsigned char* words, std::uint32_t count, std::uint32_t poolUnits,
-                     std::uint16_t& longest) {
-    const WordTable table(words, count);
+bool hasValidEntries(const WordTable& table, std::uint32_t poolUnits, std::uint16_t& longest) {
     longest = 0;
-    for (std::uint32_t entry = 0; entry < count; ++entry) {
+    for (std::uint32_t entry = 0; entry < table.count(); ++entry) {
         const std::uint16_t wordUnits = table.wordLength(entry);
         const std::uint16_t readingUnits = table.readingLength(entry);
         if (!isValidLength(wordUnits, kMaxWordUnits) ||
@@ -48,6 +73,10 @@ bool hasValidEntries(const unsigned char* words, std::uint32_t count, std::uint3
         }
         // The reading's units follow the word's in the pool: one scan covers both.
         if (hasZeroUnit(table.word(entry), wordUnits + readingUnits)) {
+            return false;
+        }
+        if (table.isWeighted() && (!hasValidStartUnits(table.word(entry), wordUnits) ||
+                                   !hasValidSyllables(table.reading(entry), readingUnits))) {
             return false;
         }
         if (entry > 0 && !isBefore(table.word(entry - 1), table.wordLength(entry - 1),
@@ -60,27 +89,29 @@ bool hasValidEntries(const unsigned char* words, std::uint32_t count, std::uint3
 }
 
 bool hasValidWords(const unsigned char* words, std::uint32_t size, std::uint32_t& count,
-                   std::uint16_t& longest) {
+                   std::uint16_t& longest, std::uint16_t& version) {
     if (size < kWordsHeaderSize || !hasMagic(words, kWordsMagic) ||
-        readU16(words + kWordsVersionAt) != kFormatVersion ||
+        !isKnownVersion(readU16(words + kWordsVersionAt)) ||
         readU16(words + kWordsReservedAt) != 0) {
         return false;
     }
+    version = readU16(words + kWordsVersionAt);
     count = readU32(words + kWordsCountAt);
     const std::uint32_t poolUnits = readU32(words + kWordsPoolUnitsAt);
-    return wordsFileSize(count, poolUnits) == size &&
-           hasValidEntries(words, count, poolUnits, longest);
+    return wordsFileSize(version, count, poolUnits) == size &&
+           hasValidEntries(WordTable(words, count, version), poolUnits, longest);
 }
 
 // The settings describe exactly the words image beside them.
 bool hasValidSettings(const unsigned char* settings, std::uint32_t size, const unsigned char* words,
-                      std::uint32_t wordsSize, std::uint32_t count, std::uint16_t longest) {
+                      std::uint32_t wordsSize, std::uint32_t count, std::uint16_t longest,
+                      std::uint16_t version) {
     if (size != kSettingsSize) {
         return false;
     }
     const std::uint16_t candidateLimit = readU16(settings + kSettingsCandidateLimitAt);
     return hasMagic(settings, kSettingsMagic) &&
-           readU16(settings + kSettingsVersionAt) == kFormatVersion &&
+           readU16(settings + kSettingsVersionAt) == version &&
            readU16(settings + kSettingsHeaderSizeAt) == kSettingsSize &&
            readU32(settings + kSettingsWordsSizeAt) == wordsSize &&
            readU32(settings + kSettingsWordsChecksumAt) == fnv1a32(words, wordsSize) &&
@@ -126,9 +157,10 @@ bool validateDictionary(const unsigned char* words, std::uint32_t wordsSize,
                         IwnnLoadedDictionary& loaded) {
     std::uint32_t count = 0;
     std::uint16_t longest = 0;
+    std::uint16_t version = 0;
     if (words == nullptr || settings == nullptr ||
-        !hasValidWords(words, wordsSize, count, longest) ||
-        !hasValidSettings(settings, settingsSize, words, wordsSize, count, longest)) {
+        !hasValidWords(words, wordsSize, count, longest, version) ||
+        !hasValidSettings(settings, settingsSize, words, wordsSize, count, longest, version)) {
         return false;
     }
     loaded.words = words;
@@ -136,24 +168,31 @@ bool validateDictionary(const unsigned char* words, std::uint32_t wordsSize,
     loaded.wordCount = count;
     loaded.longestWord = longest;
     loaded.candidateLimit = readU16(settings + kSettingsCandidateLimitAt);
+    loaded.version = version;
     return true;
 }
 
-WordTable::WordTable(const unsigned char* image, std::uint32_t count)
+WordTable::WordTable(const unsigned char* image, std::uint32_t count, std::uint16_t version)
     : entries_(image ? image + kWordsHeaderSize : nullptr),
-      pool_(image ? entries_ + std::size_t{kEntrySize} * count : nullptr),
-      count_(image ? count : 0) {}
+      pool_(image ? entries_ + std::size_t{entrySize(version)} * count : nullptr),
+      count_(image ? count : 0),
+      entrySize_(entrySize(version)),
+      weighted_(version == kWeightedFormatVersion) {}
 
 std::uint32_t WordTable::offset(std::uint32_t entry) const {
-    return readU32(entries_ + std::size_t{kEntrySize} * entry + kEntryOffsetAt);
+    return readU32(entryAt(entry) + kEntryOffsetAt);
 }
 
 std::uint16_t WordTable::wordLength(std::uint32_t entry) const {
-    return readU16(entries_ + std::size_t{kEntrySize} * entry + kEntryWordLengthAt);
+    return readU16(entryAt(entry) + kEntryWordLengthAt);
 }
 
 std::uint16_t WordTable::readingLength(std::uint32_t entry) const {
-    return readU16(entries_ + std::size_t{kEntrySize} * entry + kEntryReadingLengthAt);
+    return readU16(entryAt(entry) + kEntryReadingLengthAt);
+}
+
+std::uint16_t WordTable::cost(std::uint32_t entry) const {
+    return weighted_ ? readU16(entryAt(entry) + kEntryCostAt) : 0;
 }
 
 const unsigned char* WordTable::word(std::uint32_t entry) const {
@@ -164,33 +203,32 @@ const unsigned char* WordTable::reading(std::uint32_t entry) const {
     return word(entry) + 2 * std::size_t{wordLength(entry)};
 }
 
+bool WordTable::isStartWord(std::uint32_t entry) const {
+    return weighted_ && readU16(word(entry)) == kStartUnit;
+}
+
 std::uint16_t WordTable::unitOf(std::uint32_t entry, int position) const {
     return readU16(word(entry) + 2 * position);
 }
 
 // Entries are sorted by word, so the entries that begin with the text's first d units form one
-// range; each further unit narrows it with two binary searches, and the range's first entry is a
-// match when it is exactly d + 1 units long.
+// range; each further unit narrows it with two binary searches.
+void WordTable::narrow(std::uint32_t& lo, std::uint32_t& hi, int position,
+                       std::uint16_t unit) const {
+    // A word of exactly `position` units sorts first in the range and cannot grow further.
+    if (lo < hi && wordLength(lo) == position) {
+        ++lo;
+    }
+    lo = partitionPoint(lo, hi, [&](std::uint32_t e) { return unitOf(e, position) < unit; });
+    // Few entries share a unit: the range's end is near its start.
+    hi = partitionPointNear(lo, hi, [&](std::uint32_t e) { return unitOf(e, position) <= unit; });
+}
+
 std::int32_t WordTable::longestMatch(const unsigned char* text, int maxUnits, std::uint32_t lo,
                                      std::uint32_t hi) const {
     std::int32_t found = -1;
-    for (int position = 0; position < maxUnits && lo < hi; ++position) {
-        const std::uint16_t unit = readU16(text + 2 * position);
-        if (unit == 0) {
-            break;
-        }
-        // A word of exactly `position` units sorts first in the range and cannot grow further.
-        if (wordLength(lo) == position) {
-            ++lo;
-        }
-        lo = partitionPoint(lo, hi, [&](std::uint32_t e) { return unitOf(e, position) < unit; });
-        // Few entries share a unit: the range's end is near its start.
-        hi = partitionPointNear(lo, hi,
-                                [&](std::uint32_t e) { return unitOf(e, position) <= unit; });
-        if (lo < hi && wordLength(lo) == position + 1) {
-            found = static_cast<std::int32_t>(lo);
-        }
-    }
+    forEachMatch(text, maxUnits, lo, hi,
+                 [&](std::uint32_t entry) { found = static_cast<std::int32_t>(entry); });
     return found;
 }
 
