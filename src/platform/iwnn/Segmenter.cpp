@@ -75,9 +75,9 @@ private:
     Piece last_[kMaxSplitUnits + 1];
 };
 
-// Start words: looked up as the start unit followed by the text.
-void offerStartWords(const Dictionary& dictionary, const unsigned char* text, int units,
-                     Lattice& lattice) {
+// The longest start word the text begins with (looked up as the start unit followed by the
+// text), or -1.
+std::int32_t longestStartWord(const Dictionary& dictionary, const unsigned char* text, int units) {
     unsigned char started[2 * (kMaxWordUnits + 1)];
     const int copied = std::min(units, static_cast<int>(kMaxWordUnits) - 1);
     writeU16(started, kStartUnit);
@@ -86,10 +86,40 @@ void offerStartWords(const Dictionary& dictionary, const unsigned char* text, in
     std::uint32_t lo = 0;
     std::uint32_t hi = 0;
     rangeAt(dictionary, kStartUnit, lo, hi);
-    dictionary.table.forEachMatch(started, copied + 1, lo, hi, [&](std::uint32_t entry) {
-        lattice.offer(0, dictionary.table.wordLength(entry) - 1, static_cast<std::int32_t>(entry),
-                      dictionary.table.cost(entry));
-    });
+    return dictionary.table.longestMatch(started, copied + 1, lo, hi);
+}
+
+bool isSingleCharacter(const Piece& piece, const unsigned char* text) {
+    return piece.entry >= 0 && characterCount(text + 2 * piece.start, piece.length) == 1;
+}
+
+// A text shaped like a personal name, a start word and one or two more characters that read as
+// single characters (no word of the dictionary among them), takes the start word's reading: 曾志伟
+// is Zeng Zhiwei, while 曾经 stays a word. Returns the new piece count.
+int applyStartWord(const Dictionary& dictionary, const unsigned char* text, int units,
+                   Piece* pieces, int count) {
+    constexpr int kMaxGivenName = 2;
+    if (!std::all_of(pieces, pieces + count,
+                     [&](const Piece& piece) { return isSingleCharacter(piece, text); })) {
+        return count;
+    }
+    const std::int32_t entry = longestStartWord(dictionary, text, units);
+    if (entry < 0) {
+        return count;
+    }
+    const int surnameUnits = dictionary.table.wordLength(static_cast<std::uint32_t>(entry)) - 1;
+    int surnamePieces = 0;
+    int covered = 0;
+    while (covered < surnameUnits && surnamePieces < count) {
+        covered += pieces[surnamePieces++].length;
+    }
+    const int given = count - surnamePieces;
+    if (covered != surnameUnits || given < 1 || given > kMaxGivenName) {
+        return count;
+    }
+    pieces[0] = Piece{0, surnameUnits, entry};
+    std::copy(pieces + surnamePieces, pieces + count, pieces + 1);
+    return given + 1;
 }
 
 void offerWordsAt(const Dictionary& dictionary, const unsigned char* text, int position, int units,
@@ -114,13 +144,13 @@ void offerWordsAt(const Dictionary& dictionary, const unsigned char* text, int p
 int cheapestSplit(const Dictionary& dictionary, const unsigned char* text, int units,
                   Piece* pieces) {
     Lattice lattice(units);
-    offerStartWords(dictionary, text, units, lattice);
     for (int position = 0; position < units; ++position) {
         if (lattice.isReached(position)) {
             offerWordsAt(dictionary, text, position, units, lattice);
         }
     }
-    return lattice.pieces(pieces);
+    const int count = lattice.pieces(pieces);
+    return applyStartWord(dictionary, text, units, pieces, count);
 }
 
 int longestFirstSplit(const Dictionary& dictionary, const unsigned char* text, int units,
