@@ -12,6 +12,9 @@ namespace {
 // Above every entry's cost, so that any dictionary word is taken before a unit it does not know;
 // a whole split of such units still fits 32 bits.
 constexpr std::uint32_t kUnknownCost = 2u * (kMaxCost + 1u);
+// Added to every word of a split: the counts behind the costs count a character also where it
+// stands inside longer words, which makes runs of single characters look cheaper than they are.
+constexpr std::uint32_t kWordCost = 4 * static_cast<std::uint32_t>(kCostPerNat);
 constexpr std::uint32_t kUnreached = std::numeric_limits<std::uint32_t>::max();
 
 bool isLowSurrogate(std::uint16_t unit) {
@@ -131,7 +134,7 @@ void offerWordsAt(const Dictionary& dictionary, const unsigned char* text, int p
     const int room = std::min(dictionary.longestWord, units - position);
     dictionary.table.forEachMatch(at, room, lo, hi, [&](std::uint32_t entry) {
         lattice.offer(position, dictionary.table.wordLength(entry),
-                      static_cast<std::int32_t>(entry), dictionary.table.cost(entry));
+                      static_cast<std::int32_t>(entry), dictionary.table.cost(entry) + kWordCost);
     });
     if (isLatin(unitAt(text, position))) {
         const int end = latinRunEnd(text, position, units);
