@@ -50,6 +50,17 @@ void setField(std::string& image, std::size_t at, int width, std::uint32_t value
     }
 }
 
+// One broken rule: `value` written into a field of `width` bytes (0: the image resized to `value`
+// bytes).
+struct Fault {
+    const char* what;
+    bool inWords;
+    std::size_t at;
+    int width;
+    std::uint32_t value;
+    std::uint16_t longest;  // the settings' longest word after the change
+};
+
 class IwnnTest : public ::testing::Test {
 protected:
     void SetUp() override {
@@ -78,6 +89,22 @@ protected:
     static void* copy(const std::string* image, std::uint32_t& size) {
         size = image ? image->size() : 0;
         return image ? std::memcpy(std::malloc(size), image->data(), size) : nullptr;
+    }
+
+    // The pair with `fault` in it is refused. The settings are made to match a changed words
+    // image's size, checksum and longest word, so that the row's own fault is the one found. The
+    // images get no room after them.
+    void expectRefused(const std::string& originalWords, const std::string& originalSettings,
+                       const Fault& fault) {
+        std::string words = originalWords;
+        std::string settings = originalSettings;
+        setField(fault.inWords ? words : settings, fault.at, fault.width, fault.value);
+        if (fault.inWords) {
+            setField(settings, 8, 4, static_cast<std::uint32_t>(words.size()));
+            setField(settings, 12, 4, corvina::iwnn::fnv1a32(bytes(words), words.size()));
+            setField(settings, 16, 2, fault.longest);
+        }
+        EXPECT_LT(start(&settings, &words), 0) << fault.what;
     }
 
     // "word:entry" per record, then "/" and the units consumed; "fails" when the split fails. The
@@ -187,53 +214,61 @@ TEST_F(IwnnTest, CallsFailBeforeInitOnForeignRecordsAndAfterTheImagesChangeOrRun
     EXPECT_EQ(njx_get_candidate(&work_, records_, buffer, 112), 1);
 }
 
-// Each row breaks one rule: it writes `value` into a field of `width` bytes (0: resizes the image
-// to `value` bytes). The settings are made to match a changed words image's size, checksum and
-// longest word, so that the row's own fault is the one found. The images get no room after them.
 TEST_F(IwnnTest, MalformedImagesAreRefusedWithoutReadingPastThem) {
-    const struct {
-        const char* what;
-        bool inWords;
-        std::size_t at;
-        int width;
-        std::uint32_t value;
-        std::uint16_t longest = 10;  // the settings' longest word
-    } rows[] = {
-        {"words shorter than their header", true, 0, 0, 15},
-        {"words magic", true, 0, 1, 'X'},
-        {"words version 3", true, 4, 2, 3},
-        {"words version 2 beside settings version 1", true, 4, 2, 2},
-        {"entry count one too large", true, 8, 4, kCount + 1},
-        {"entry count whose bytes wrap in 32 bits", true, 8, 4, kCount + (1u << 29)},
-        {"pool whose bytes wrap in 32 bits", true, 12, 4, kPoolUnits + (1u << 31)},
-        {"龙卷风's reading one unit past the pool", true, 16 + 8 * 7 + 6, 2, 13},
+    const Fault rows[] = {
+        {"words shorter than their header", true, 0, 0, 15, 10},
+        {"words magic", true, 0, 1, 'X', 10},
+        {"words version 3", true, 4, 2, 3, 10},
+        {"words version 2 beside settings version 1", true, 4, 2, 2, 10},
+        {"entry count one too large", true, 8, 4, kCount + 1, 10},
+        {"entry count whose bytes wrap in 32 bits", true, 8, 4, kCount + (1u << 29), 10},
+        {"pool whose bytes wrap in 32 bits", true, 12, 4, kPoolUnits + (1u << 31), 10},
+        {"龙卷风's reading one unit past the pool", true, 16 + 8 * 7 + 6, 2, 13, 10},
         {"abcdefghij of 0 units", true, 16 + 4, 2, 0, 4},
         {"abcdefghij of 56 units", true, 16 + 4, 2, 56, 56},
-        {"entries out of order: 月 before 北", true, 16 + 8 * 1, 4, 47},
-        {"duplicate word: 北 twice", true, 16 + 8 * 3 + 4, 2, 1},
-        {"zero unit in a reading", true, 16 + 8 * kCount + 2 * 19, 2, 0},
-        {"settings header size 25", false, 6, 2, 25},
-        {"checksum mismatch", false, 12, 4, 0},
-        {"candidate limit 56", false, 18, 2, 56},
-        {"word count one too small", false, 20, 4, kCount - 1},
-        {"settings one byte short", false, 0, 0, 23},
+        {"entries out of order: 月 before 北", true, 16 + 8 * 1, 4, 47, 10},
+        {"duplicate word: 北 twice", true, 16 + 8 * 3 + 4, 2, 1, 10},
+        {"zero unit in a reading", true, 16 + 8 * kCount + 2 * 19, 2, 0, 10},
+        {"settings header size 25", false, 6, 2, 25, 10},
+        {"checksum mismatch", false, 12, 4, 0, 10},
+        {"candidate limit 56", false, 18, 2, 56, 10},
+        {"word count one too small", false, 20, 4, kCount - 1, 10},
+        {"settings one byte short", false, 0, 0, 23, 10},
     };
     ASSERT_EQ(start(&settings_, &words_), 0) << "the unchanged pair";
-    for (const auto& row : rows) {
-        std::string words = words_;
-        std::string settings = settings_;
-        setField(row.inWords ? words : settings, row.at, row.width, row.value);
-        if (row.inWords) {
-            setField(settings, 8, 4, static_cast<std::uint32_t>(words.size()));
-            setField(settings, 12, 4, corvina::iwnn::fnv1a32(bytes(words), words.size()));
-            setField(settings, 16, 2, row.longest);
-        }
-        EXPECT_LT(start(&settings, &words), 0) << row.what;
+    for (const Fault& row : rows) {
+        expectRefused(words_, settings_, row);
     }
     EXPECT_LT(start(&settings_, nullptr), 0) << "settings alone";
     EXPECT_LT(start(nullptr, &words_), 0) << "words alone";
     EXPECT_EQ(corvina::iwnn::fnv1a32(reinterpret_cast<const unsigned char*>("a"), 1), 0xE40C292Cu)
         << "FNV-1a";
+}
+
+// iwnn_weighted_words.txt sorted: 0 the start word 曾 (0x0001 曾), 1 京, 2 北, 3 北京; 10 bytes an
+// entry, the pool at byte 56: ^曾zeng at unit 0, 京jing at 6, 北bei at 11, 北京bei jing at 15.
+TEST_F(IwnnTest, MalformedWeightedImagesAreRefusedWithoutReadingPastThem) {
+    ASSERT_TRUE(makeDictionary(TANGOR_TEST_SOURCE_DIR "/platform/iwnn_weighted_words.txt",
+                               dir_.file("v2.con"), dir_.file("v2.tan")));
+    const std::string settings = readFile(dir_.file("v2.con"));
+    const std::string words = readFile(dir_.file("v2.tan"));
+    constexpr std::size_t kPool = 56;
+    const Fault rows[] = {
+        {"words version 1 beside settings version 2", true, 4, 2, 1, 2},
+        {"one byte short", true, 0, 0, static_cast<std::uint32_t>(words.size() - 1), 2},
+        {"entry count one too large", true, 8, 4, 5, 2},
+        {"the start unit inside a word", true, kPool + 2 * 16, 2, 0x0001, 2},
+        {"a start word of the start unit alone", true, 16 + 4, 2, 1, 2},
+        {"a reading that begins with a space", true, kPool + 2 * 12, 2, ' ', 2},
+        {"a reading that ends in a space", true, kPool + 2 * 10, 2, ' ', 2},
+        {"two spaces in a row", true, kPool + 2 * 19, 2, ' ', 2},
+        {"settings version 1", false, 4, 2, 1, 2},
+    };
+    ASSERT_EQ(start(&settings, &words), 0) << "the unchanged pair";
+    EXPECT_EQ(split(u"北京曾"), "北:3 京:3 曾:-1 /3");  // 北京 one record per syllable
+    for (const Fault& row : rows) {
+        expectRefused(words, settings, row);
+    }
 }
 
 }  // namespace

@@ -30,6 +30,16 @@ TEST(Mkdic, ReportsEachFaultWritingNoFileAndSkipsCommentsEmptyLinesAndLineEnds) 
         {"北\tbei again", "duplicate word, first on line 1"},
         {std::string(5000, 'l') + "\tx", "line longer than 4096 bytes"},
         {std::string("n\0l\tx", 5), "NUL byte in the word"},
+        // A weight makes the list a weighted one, whose readings are syllables.
+        {"南\tnan\t12", ""},
+        {"x\ty\t-1", "weight not a decimal count up to 4294967295"},
+        {"x\ty\t4294967296", "weight not a decimal count up to 4294967295"},
+        {"x\ty\t1\tfirst", "fourth field not \"start\""},
+        {"x\ty\t1\tstart\tz", "more than four fields"},
+        {"a\x01" "b\tc", "U+0001 in the word"},
+        {"y\tbei  jing", "reading with an empty syllable"},
+        {"曾\tzeng\t5\tstart", ""},  // not the same word as 曾 without the start
+        {"曾\tceng", ""},
     };
     TempDir dir;
     const std::string bad = dir.file("bad");
@@ -75,6 +85,27 @@ TEST(Mkdic, ReportsEachFaultWritingNoFileAndSkipsCommentsEmptyLinesAndLineEnds) 
     }
     EXPECT_EQ(readFile(dir.file("messy.con")), readFile(dir.file("plain.con")));
     EXPECT_EQ(readFile(dir.file("messy.tan")), readFile(dir.file("plain.tan")));
+}
+
+// Weights become costs, -ln(share) in thousandths; a word without a weight in a weighted list
+// weighs 1, as does a weight of 0.
+TEST(Mkdic, WeightedListsMakeVersionTwoPairsWithCosts) {
+    TempDir dir;
+    writeFile(dir.file("list"), "a\tx\t3\nb\ty\nc\tz\t0\n");
+    ASSERT_TRUE(makeDictionary(dir.file("list"), dir.file("con"), dir.file("tan")));
+    const std::string words = readFile(dir.file("tan"));
+    const std::string settings = readFile(dir.file("con"));
+    const auto u16 = [](const std::string& image, std::size_t at) {
+        return (static_cast<unsigned char>(image[at]) << 8) |
+               static_cast<unsigned char>(image[at + 1]);
+    };
+    EXPECT_EQ(u16(words, 4), 2) << "words version";
+    EXPECT_EQ(u16(settings, 4), 2) << "settings version";
+    // Total weight 5: a costs -ln(3/5), b and c -ln(1/5).
+    const int costs[] = {511, 1609, 1609};
+    for (int entry = 0; entry < 3; ++entry) {
+        EXPECT_EQ(u16(words, 16 + 10 * entry + 8), costs[entry]) << entry;
+    }
 }
 
 }  // namespace
