@@ -101,7 +101,9 @@ protected:
         setField(fault.inWords ? words : settings, fault.at, fault.width, fault.value);
         if (fault.inWords) {
             setField(settings, 8, 4, static_cast<std::uint32_t>(words.size()));
-            setField(settings, 12, 4, corvina::iwnn::fnv1a32(bytes(words), words.size()));
+            setField(settings, 12, 4,
+                     corvina::iwnn::wordsChecksum(corvina::iwnn::readU16(bytes(words) + 4),
+                                                  bytes(words), words.size()));
             setField(settings, 16, 2, fault.longest);
         }
         EXPECT_LT(start(&settings, &words), 0) << fault.what;

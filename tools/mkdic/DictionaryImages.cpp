@@ -69,7 +69,8 @@ std::vector<unsigned char> buildSettings(const std::vector<WordEntry>& entries,
     writeU16(&settings[kSettingsVersionAt], version);
     writeU16(&settings[kSettingsHeaderSizeAt], kSettingsSize);
     writeU32(&settings[kSettingsWordsSizeAt], static_cast<std::uint32_t>(words.size()));
-    writeU32(&settings[kSettingsWordsChecksumAt], fnv1a32(words.data(), words.size()));
+    writeU32(&settings[kSettingsWordsChecksumAt],
+             wordsChecksum(version, words.data(), words.size()));
     writeU16(&settings[kSettingsLongestWordAt], static_cast<std::uint16_t>(longest));
     writeU16(&settings[kSettingsCandidateLimitAt], kMaxCandidateLimit);
     writeU32(&settings[kSettingsWordCountAt], static_cast<std::uint32_t>(entries.size()));

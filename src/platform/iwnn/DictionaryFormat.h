@@ -24,7 +24,7 @@ constexpr std::uint32_t kSettingsSize = 24;
 constexpr std::size_t kSettingsVersionAt = 4;          // u16
 constexpr std::size_t kSettingsHeaderSizeAt = 6;       // u16, kSettingsSize
 constexpr std::size_t kSettingsWordsSizeAt = 8;        // u32, bytes of "njtan.a"
-constexpr std::size_t kSettingsWordsChecksumAt = 12;   // u32, fnv1a32 of "njtan.a"
+constexpr std::size_t kSettingsWordsChecksumAt = 12;   // u32, wordsChecksum of "njtan.a"
 constexpr std::size_t kSettingsLongestWordAt = 16;     // u16, units
 constexpr std::size_t kSettingsCandidateLimitAt = 18;  // u16, units
 constexpr std::size_t kSettingsWordCountAt = 20;       // u32
@@ -82,13 +82,41 @@ inline void writeU32(unsigned char* at, std::uint32_t value) {
     writeU16(at + 2, static_cast<std::uint16_t>(value));
 }
 
+constexpr std::uint32_t kFnvOffset = 2166136261u;
+constexpr std::uint32_t kFnvPrime = 16777619u;
+
 // FNV-1a, 32 bits, over `size` bytes.
 inline std::uint32_t fnv1a32(const unsigned char* data, std::size_t size) {
-    std::uint32_t hash = 2166136261u;
+    std::uint32_t hash = kFnvOffset;
     for (std::size_t i = 0; i < size; ++i) {
-        hash = (hash ^ data[i]) * 16777619u;
+        hash = (hash ^ data[i]) * kFnvPrime;
     }
     return hash;
+}
+
+// FNV-1a, 32 bits, taken over the big-endian 32-bit words of `size` bytes (the last one padded
+// with zero bytes) instead of single bytes: a quarter of the steps, which a 4 MiB words file on a
+// slow core needs.
+inline std::uint32_t fnv1a32Words(const unsigned char* data, std::size_t size) {
+    std::uint32_t hash = kFnvOffset;
+    const std::size_t whole = size - size % 4;
+    for (std::size_t i = 0; i < whole; i += 4) {
+        hash = (hash ^ readU32(data + i)) * kFnvPrime;
+    }
+    if (whole < size) {
+        unsigned char tail[4] = {0, 0, 0, 0};
+        for (std::size_t i = whole; i < size; ++i) {
+            tail[i - whole] = data[i];
+        }
+        hash = (hash ^ readU32(tail)) * kFnvPrime;
+    }
+    return hash;
+}
+
+// The checksum the settings hold of a words file of that version.
+inline std::uint32_t wordsChecksum(std::uint16_t version, const unsigned char* data,
+                                   std::size_t size) {
+    return version == kWeightedFormatVersion ? fnv1a32Words(data, size) : fnv1a32(data, size);
 }
 
 }  // namespace corvina::iwnn

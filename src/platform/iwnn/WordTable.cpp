@@ -13,15 +13,6 @@ bool hasMagic(const unsigned char* image, const unsigned char (&magic)[4]) {
     return std::memcmp(image, magic, sizeof magic) == 0;
 }
 
-bool hasZeroUnit(const unsigned char* text, unsigned units) {
-    for (unsigned i = 0; i < units; ++i) {
-        if (readU16(text + 2 * i) == 0) {
-            return true;
-        }
-    }
-    return false;
-}
-
 // Unit by unit, a prefix before the longer word. Big-endian units compare like their bytes.
 bool isBefore(const unsigned char* a, unsigned aUnits, const unsigned char* b, unsigned bUnits) {
     const int order = std::memcmp(a, b, 2 * std::min(aUnits, bUnits));
@@ -36,27 +27,28 @@ bool isKnownVersion(std::uint16_t version) {
     return version == kFormatVersion || version == kWeightedFormatVersion;
 }
 
-// A start word is the start unit and at least one more; the start unit stands nowhere else.
-bool hasValidStartUnits(const unsigned char* word, unsigned units) {
-    for (unsigned i = 1; i < units; ++i) {
-        if (readU16(word + 2 * i) == kStartUnit) {
+// No zero unit in the word nor in the reading that follows it in the pool. In version 2, the start
+// unit only as the first of a word that has more, and the reading's syllables separated by single
+// spaces. One pass: every words file is checked whole at every start.
+bool hasValidUnits(const unsigned char* word, unsigned wordUnits, unsigned readingUnits,
+                   bool weighted) {
+    for (unsigned i = 0; i < wordUnits; ++i) {
+        const std::uint16_t unit = readU16(word + 2 * i);
+        if (unit == 0 || (weighted && unit == kStartUnit && (i > 0 || wordUnits < 2))) {
             return false;
         }
     }
-    return readU16(word) != kStartUnit || units >= 2;
-}
-
-// Syllables separated by single spaces, none empty.
-bool hasValidSyllables(const unsigned char* reading, unsigned units) {
+    const unsigned char* reading = word + 2 * wordUnits;
     bool afterSeparator = true;
-    for (unsigned i = 0; i < units; ++i) {
-        const bool separator = readU16(reading + 2 * i) == kSyllableSeparator;
-        if (separator && afterSeparator) {
+    for (unsigned i = 0; i < readingUnits; ++i) {
+        const std::uint16_t unit = readU16(reading + 2 * i);
+        const bool separator = unit == kSyllableSeparator;
+        if (unit == 0 || (weighted && separator && afterSeparator)) {
             return false;
         }
         afterSeparator = separator;
     }
-    return !afterSeparator;
+    return !(weighted && afterSeparator);
 }
 
 // Every entry lies inside the pool, holds a word and a reading of allowed lengths without a zero
@@ -71,12 +63,7 @@ bool hasValidEntries(const WordTable& table, std::uint32_t poolUnits, std::uint1
             std::uint64_t{table.offset(entry)} + wordUnits + readingUnits > poolUnits) {
             return false;
         }
-        // The reading's units follow the word's in the pool: one scan covers both.
-        if (hasZeroUnit(table.word(entry), wordUnits + readingUnits)) {
-            return false;
-        }
-        if (table.isWeighted() && (!hasValidStartUnits(table.word(entry), wordUnits) ||
-                                   !hasValidSyllables(table.reading(entry), readingUnits))) {
+        if (!hasValidUnits(table.word(entry), wordUnits, readingUnits, table.isWeighted())) {
             return false;
         }
         if (entry > 0 && !isBefore(table.word(entry - 1), table.wordLength(entry - 1),
@@ -114,7 +101,8 @@ bool hasValidSettings(const unsigned char* settings, std::uint32_t size, const u
            readU16(settings + kSettingsVersionAt) == version &&
            readU16(settings + kSettingsHeaderSizeAt) == kSettingsSize &&
            readU32(settings + kSettingsWordsSizeAt) == wordsSize &&
-           readU32(settings + kSettingsWordsChecksumAt) == fnv1a32(words, wordsSize) &&
+           readU32(settings + kSettingsWordsChecksumAt) ==
+               wordsChecksum(version, words, wordsSize) &&
            readU16(settings + kSettingsLongestWordAt) == longest &&
            isValidLength(candidateLimit, kMaxCandidateLimit) &&
            readU32(settings + kSettingsWordCountAt) == count;
