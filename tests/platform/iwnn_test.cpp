@@ -196,6 +196,9 @@ TEST_F(IwnnTest, CallsFailBeforeInitOnForeignRecordsAndAfterTheImagesChangeOrRun
         EXPECT_LT(mmx_get_yomi(&work_, &record, buffer, 112, nullptr), 0) << record.entry;
         EXPECT_LT(njx_get_candidate(&work_, &record, buffer, 112), 0) << record.entry;
     }
+    // A syllable the entry does not have.
+    const IwnnWord noSuchSyllable{good.text, 1, 5, good.entry};
+    EXPECT_LT(mmx_get_yomi(&work_, &noSuchSyllable, buffer, 112, nullptr), 0);
     set.buffers[IWNN_SETTINGS_BUFFER] = nullptr;
     EXPECT_EQ(split(u"北京"), "fails");
     set.buffers[IWNN_SETTINGS_BUFFER] = settings;

@@ -82,7 +82,8 @@ bool isValidRecord(const WordTable& table, const IwnnWord* word) {
         const int startUnits = table.isStartWord(entry) ? 1 : 0;
         return word->length == table.wordLength(entry) - startUnits;
     }
-    return word->length <= 2 && word->part < corvina::iwnn::syllableCount(table, entry);
+    // Whether the entry has that syllable is mmx_get_yomi's to find out: it looks for it anyway.
+    return word->length <= 2;
 }
 
 bool isHighSurrogate(std::uint16_t unit) {
@@ -261,7 +262,10 @@ extern "C" int mmx_get_yomi(IwnnWork* work, const IwnnWord* word, unsigned char*
     }
     const unsigned char* reading = nullptr;
     int readingUnits = 0;
-    if (!readingOf(table, word, &reading, &readingUnits) || readingUnits == 0) {
+    if (!readingOf(table, word, &reading, &readingUnits)) {
+        return kFailed;  // a syllable the entry does not have
+    }
+    if (readingUnits == 0) {
         return 0;
     }
     int units = std::min(readingUnits, size / 2 - 1);
