@@ -30,6 +30,10 @@ install(FILES
 )
 
 # Relocatable: the prefix is found from where the .pc file itself lies.
+set(tangor_pc_requires_private "sqlite3 glib-2.0 libutf8proc")
+if(TANGOR_WITH_DLT)
+  string(APPEND tangor_pc_requires_private " automotive-dlt")
+endif()
 file(RELATIVE_PATH tangor_pc_to_prefix "/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/")
 configure_file(cmake/tangor-common.pc.in ${PROJECT_BINARY_DIR}/tangor-common.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/tangor-common.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
