@@ -44,6 +44,9 @@ set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS_POLICY ">=")
 set(tangor_runtime_package libtangor-common${PROJECT_VERSION_MAJOR})
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME ${tangor_runtime_package})
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs)
+# The dynamic loader's cache is refreshed by dpkg's trigger (CPack's own ldconfig calls in postinst
+# and postrm stay: lintian warns of them, harmlessly).
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA ${PROJECT_SOURCE_DIR}/packaging/triggers)
 set(CPACK_COMPONENT_RUNTIME_DESCRIPTION
   "media databases, track records and phonetic readings (library)
 The shared library of a media indexer for embedded head units: one SQLite
