@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 #include <netinet/in.h>
 #include <signal.h>
+#include <sys/prctl.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -65,6 +66,11 @@ std::string freePort() {
     return bound ? std::to_string(ntohs(address.sin6_port)) : std::string();
 }
 
+// Makes a child end with the test process, should the test crash before it ends the child itself.
+void endWithParent(gpointer) {
+    prctl(PR_SET_PDEATHSIG, SIGTERM);
+}
+
 // A program running beside the test, ended (SIGTERM, then SIGKILL after 2 s) and reaped when the
 // object goes.
 class Child {
@@ -79,7 +85,8 @@ public:
         const auto flags =
             static_cast<GSpawnFlags>(G_SPAWN_SEARCH_PATH | G_SPAWN_DO_NOT_REAP_CHILD |
                                      G_SPAWN_STDOUT_TO_DEV_NULL | G_SPAWN_STDERR_TO_DEV_NULL);
-        if (!g_spawn_async(nullptr, argv.data(), nullptr, flags, nullptr, nullptr, &pid_, &error)) {
+        if (!g_spawn_async(nullptr, argv.data(), nullptr, flags, endWithParent, nullptr, &pid_,
+                           &error)) {
             ADD_FAILURE() << "cannot start " << arguments.front() << ": " << error->message;
             g_error_free(error);
             pid_ = 0;
