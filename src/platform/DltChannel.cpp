@@ -58,6 +58,13 @@ void waitForDaemonState() {
     }
 }
 
+// A program that logs to DLT itself has registered its application: the library's context joins
+// it, and the program's own settings of libdlt stay.
+bool programRegistered() {
+    char id[DLT_ID_SIZE + 1] = {};
+    return dlt_get_appid(id) == DLT_RETURN_OK && id[0] != '\0';
+}
+
 class Channel {
 public:
     Channel() : connected_(daemonListens() && registerWithDaemon()) {}
@@ -67,18 +74,24 @@ public:
 
 private:
     bool registerWithDaemon() {
-        // libdlt's own notices: errors only, and never on the program's standard output.
-        dlt_log_init(DLT_LOG_TO_STDERR);
-        dlt_log_set_level(LOG_ERR);
-        // Otherwise libdlt waits up to 10 s at exit to resend what a vanished daemon did not take.
-        dlt_set_resend_timeout_atexit(0);
-        if (dlt_register_app(kDltApplicationId, kApplicationDescription) < DLT_RETURN_OK ||
-            dlt_register_context(&context_, kDltContextId, kContextDescription) < DLT_RETURN_OK) {
+        if (!programRegistered() && !registerApplication()) {
+            return false;
+        }
+        if (dlt_register_context(&context_, kDltContextId, kContextDescription) < DLT_RETURN_OK) {
             return false;
         }
         std::atexit(closeAtExit);
         waitForDaemonState();
         return true;
+    }
+
+    static bool registerApplication() {
+        // libdlt's own notices: errors only, and never on the program's standard output.
+        dlt_log_init(DLT_LOG_TO_STDERR);
+        dlt_log_set_level(LOG_ERR);
+        // Otherwise libdlt waits up to 10 s at exit to resend what a vanished daemon did not take.
+        dlt_set_resend_timeout_atexit(0);
+        return dlt_register_app(kDltApplicationId, kApplicationDescription) >= DLT_RETURN_OK;
     }
 
     DltContext context_{};

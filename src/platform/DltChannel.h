@@ -8,7 +8,8 @@
 
 namespace corvina::platform {
 
-// Application "TNGR", context "TCOM" (the library's records, context index 0).
+// Application "TNGR" (unless the program has registered its own), context "TCOM" (the library's
+// records, context index 0).
 constexpr char kDltApplicationId[] = "TNGR";
 constexpr char kDltContextId[] = "TCOM";
 

@@ -15,6 +15,7 @@
 #include <cstdlib>
 #include <ctime>
 #include <functional>
+#include <memory>
 #include <regex>
 #include <stdexcept>
 #include <string>
@@ -111,38 +112,69 @@ private:
     GPid pid_ = 0;
 };
 
-// A private daemon's folder: its configuration, FIFO folder, persistent state and files.
-struct DaemonFolder {
-    TempDir dir;
-    std::string fifos = dir.file("fifo");
-    std::string config = dir.file("dlt.conf");
-
-    DaemonFolder() {
-        mkdir(fifos.c_str(), 0755);
-        mkdir(dir.file("persist").c_str(), 0755);
+// A private daemon (its own configuration, FIFO folder, files and port on ::1) with a receiver
+// writing what it forwards; both end with the object.
+class PrivateDaemon {
+public:
+    PrivateDaemon() {
+        mkdir(fifos_.c_str(), 0755);
+        mkdir(dir_.file("persist").c_str(), 0755);
         // Nothing but ::1: the daemon refuses 127.0.0.1 here, and no UDP.
-        tangor::test::writeFile(config,
+        tangor::test::writeFile(config_,
                                 "ECUId = ECU1\n"
                                 "LoggingMode = 2\n"
                                 "LoggingLevel = 6\n"
                                 "LoggingFilename = " +
-                                    dir.file("daemon.log") +
+                                    dir_.file("daemon.log") +
                                     "\n"
                                     "ControlSocketPath = " +
-                                    dir.file("control.sock") +
+                                    dir_.file("control.sock") +
                                     "\n"
                                     "PersistanceStoragePath = " +
-                                    dir.file("persist") +
+                                    dir_.file("persist") +
                                     "\n"
                                     "ContextLogLevel = 4\n"
                                     "UDPConnectionSetup = 0\n"
                                     "BindAddress = ::1\n");
     }
-};
 
-std::string converted(const std::string& dltFile) {
-    return runProgram({"dlt-convert", "-a", dltFile}).standardOutput;
-}
+    // Starts both and waits until the receiver gets the daemon's own start-up records.
+    bool start() {
+        const std::string port = freePort();
+        if (port.empty()) {
+            return false;
+        }
+        daemon_ = std::make_unique<Child>(
+            std::vector<std::string>{"dlt-daemon", "-c", config_, "-t", fifos_, "-p", port});
+        if (!waitFor([&] { return isFifo(fifos_ + "/dlt"); })) {
+            return false;
+        }
+        receiver_ = std::make_unique<Child>(
+            std::vector<std::string>{"dlt-receive", "-p", port, "-o", received_, "::1"});
+        return waitFor([&] { return fileSize(received_) > 0; });
+    }
+
+    // Where programs find the daemon: the value of DLT_PIPE_DIR.
+    const std::string& fifoFolder() const { return fifos_; }
+
+    // The records received so far, as dlt-convert prints them, once `last` is among them.
+    std::string recordsUpTo(const std::string& last) const {
+        std::string text;
+        EXPECT_TRUE(waitFor([&] {
+            text = runProgram({"dlt-convert", "-a", received_}).standardOutput;
+            return text.find(last) != std::string::npos;
+        })) << text;
+        return text;
+    }
+
+private:
+    TempDir dir_;
+    std::string fifos_ = dir_.file("fifo");
+    std::string config_ = dir_.file("dlt.conf");
+    std::string received_ = dir_.file("received.dlt");
+    std::unique_ptr<Child> daemon_;
+    std::unique_ptr<Child> receiver_;
+};
 
 bool containsLine(const std::string& text, const std::string& pattern) {
     return std::regex_search(text, std::regex(pattern));
@@ -152,18 +184,9 @@ class DltTest : public tangor::test::FixedPathsTest {};
 
 // The process registers at its first record, so this test is the first to log in its process.
 TEST_F(DltTest, RecordsReachADaemonWithLevelFunctionLineAndTextAndBelowItsLevelNothing) {
-    DaemonFolder folder;
-    const std::string port = freePort();
-    ASSERT_FALSE(port.empty());
-    Child daemon({"dlt-daemon", "-c", folder.config, "-t", folder.fifos, "-p", port});
-    ASSERT_TRUE(daemon.started());
-    ASSERT_TRUE(waitFor([&] { return isFifo(folder.fifos + "/dlt"); }));
-    const std::string received = folder.dir.file("received.dlt");
-    Child receiver({"dlt-receive", "-p", port, "-o", received, "::1"});
-    // The daemon's own start-up records arrive once the receiver is connected.
-    ASSERT_TRUE(waitFor([&] { return fileSize(received) > 0; }));
-
-    setenv("DLT_PIPE_DIR", folder.fifos.c_str(), 1);
+    PrivateDaemon daemon;
+    ASSERT_TRUE(daemon.start());
+    setenv("DLT_PIPE_DIR", daemon.fifoFolder().c_str(), 1);
     corvina::DatabaseMgr().createDb("usb1", "/media/usb1", true);
     sqlstl::sqlistream stream;
     EXPECT_THROW(corvina::DatabaseMgr().open("no/device", stream, 0), std::runtime_error);
@@ -171,11 +194,7 @@ TEST_F(DltTest, RecordsReachADaemonWithLevelFunctionLineAndTextAndBelowItsLevelN
     implLog(0, DLT_LOG_ERROR, "probe", 8, "", "error %d", 8);
 
     // Records of one context arrive in order: the last one ends the wait.
-    std::string text;
-    EXPECT_TRUE(waitFor([&] {
-        text = converted(received);
-        return text.find("error 8") != std::string::npos;
-    })) << text;
+    const std::string text = daemon.recordsUpTo("error 8");
     const struct {
         const char* level;
         const char* arguments;  // function, line, text
@@ -192,6 +211,21 @@ TEST_F(DltTest, RecordsReachADaemonWithLevelFunctionLineAndTextAndBelowItsLevelN
             << text;
     }
     EXPECT_EQ(text.find("below the level"), std::string::npos);
+}
+
+// A program that logs to DLT itself keeps its application: the library's context joins it, and
+// the program's own records after the library's first still carry the program's ID.
+TEST(DltProgram, ThatRegisteredItsOwnApplicationKeepsIt) {
+    PrivateDaemon daemon;
+    ASSERT_TRUE(daemon.start());
+    setenv("DLT_PIPE_DIR", daemon.fifoFolder().c_str(), 1);
+    const tangor::test::ProgramResult probe = runProgram({TANGOR_LOG_PROBE, "--as-host"});
+    EXPECT_EQ(probe.status, 0);
+    EXPECT_EQ(probe.standardOutput, "");
+    const std::string text = daemon.recordsUpTo("host after");
+    EXPECT_TRUE(containsLine(text, R"( HOST TCOM log warn V 3 \[probe 1 warn 1\])")) << text;
+    EXPECT_TRUE(containsLine(text, R"( HOST HCTX log warn V 1 \[host after\])")) << text;
+    EXPECT_EQ(text.find("TNGR"), std::string::npos) << text;
 }
 
 // A daemon killed leaves its FIFO behind, without a reader: libdlt would buffer the records and
