@@ -89,6 +89,8 @@ libtangor-common reads at its fixed paths below /opt/hmi/data/ro/FEP/dic.")
 
 # The copyright file and the changelog of each package, in the package's own documentation folder.
 # Only a component install (as CPack makes) writes them; a plain `cmake --install` leaves them out.
+# The dictionaries, made from open data, have a copyright file of their own that names its
+# licences.
 string(TIMESTAMP tangor_changelog_date "%a, %d %b %Y %H:%M:%S +0000" UTC)
 configure_file(${PROJECT_SOURCE_DIR}/packaging/changelog.in ${PROJECT_BINARY_DIR}/packaging/changelog
                @ONLY)
@@ -100,8 +102,14 @@ add_custom_command(OUTPUT ${PROJECT_BINARY_DIR}/packaging/changelog.gz
 add_custom_target(tangor-changelog ALL DEPENDS ${PROJECT_BINARY_DIR}/packaging/changelog.gz)
 foreach(component IN LISTS tangor_package_components)
   string(TOUPPER ${component} upper)
-  install(FILES ${PROJECT_SOURCE_DIR}/packaging/copyright
-                ${PROJECT_BINARY_DIR}/packaging/changelog.gz
+  set(copyright ${PROJECT_SOURCE_DIR}/packaging/copyright)
+  if(component STREQUAL "dictionaries")
+    set(copyright ${PROJECT_SOURCE_DIR}/packaging/dictionaries.copyright)
+  endif()
+  install(FILES ${PROJECT_BINARY_DIR}/packaging/changelog.gz
+    DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/doc/${CPACK_DEBIAN_${upper}_PACKAGE_NAME}
+    COMPONENT ${component} EXCLUDE_FROM_ALL)
+  install(FILES ${copyright} RENAME copyright
     DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/doc/${CPACK_DEBIAN_${upper}_PACKAGE_NAME}
     COMPONENT ${component} EXCLUDE_FROM_ALL)
 endforeach()
