@@ -23,7 +23,6 @@
 
 #include "support/TestSupport.h"
 
-using tangor::test::readFile;
 using tangor::test::runProgram;
 using tangor::test::TempDir;
 
@@ -106,8 +105,6 @@ public:
     Child(const Child&) = delete;
     Child& operator=(const Child&) = delete;
 
-    bool started() const { return pid_ > 0; }
-
 private:
     GPid pid_ = 0;
 };
@@ -120,22 +117,22 @@ public:
         mkdir(fifos_.c_str(), 0755);
         mkdir(dir_.file("persist").c_str(), 0755);
         // Nothing but ::1: the daemon refuses 127.0.0.1 here, and no UDP.
-        tangor::test::writeFile(config_,
-                                "ECUId = ECU1\n"
-                                "LoggingMode = 2\n"
-                                "LoggingLevel = 6\n"
-                                "LoggingFilename = " +
-                                    dir_.file("daemon.log") +
-                                    "\n"
-                                    "ControlSocketPath = " +
-                                    dir_.file("control.sock") +
-                                    "\n"
-                                    "PersistanceStoragePath = " +
-                                    dir_.file("persist") +
-                                    "\n"
-                                    "ContextLogLevel = 4\n"
-                                    "UDPConnectionSetup = 0\n"
-                                    "BindAddress = ::1\n");
+        const std::string settings[] = {
+            "ECUId = ECU1",
+            "LoggingMode = 2",
+            "LoggingLevel = 6",
+            "LoggingFilename = " + dir_.file("daemon.log"),
+            "ControlSocketPath = " + dir_.file("control.sock"),
+            "PersistanceStoragePath = " + dir_.file("persist"),
+            "ContextLogLevel = 4",
+            "UDPConnectionSetup = 0",
+            "BindAddress = ::1",
+        };
+        std::string text;
+        for (const std::string& line : settings) {
+            text += line + "\n";
+        }
+        tangor::test::writeFile(config_, text);
     }
 
     // Starts both and waits until the receiver gets the daemon's own start-up records.
