@@ -5,6 +5,8 @@
 #include <memory>
 #include <mutex>
 
+#include "platform/DltChannel.h"
+
 std::uint8_t logPrettyFunction = 0;
 
 namespace {
@@ -12,7 +14,7 @@ namespace {
 // A record longer than this is cut: DLT itself carries far less in one message.
 constexpr std::size_t kMaxMessageBytes = 64 * 1024;
 
-// The default sink shows only fatal, error and warn records.
+// Without a DLT daemon the default sink shows only fatal, error and warn records.
 const char* problemName(DltLogLevelType level) {
     return level == DLT_LOG_FATAL ? "FATAL" : level == DLT_LOG_ERROR ? "ERROR" : "WARN";
 }
@@ -58,13 +60,24 @@ std::string formatMessage(const char* format, va_list arguments) {
     return message;
 }
 
+enum class Destination { nowhere, customSink, dlt, standardError };
+
+// DLT when a daemon takes the records (its context's level decides), else standard error.
+Destination defaultDestination(DltLogLevelType level) {
+    if (corvina::platform::dltConnected()) {
+        return corvina::platform::dltWants(level) ? Destination::dlt : Destination::nowhere;
+    }
+    return isProblem(level) ? Destination::standardError : Destination::nowhere;
+}
+
 }  // namespace
 
 void implLog(int /*contextIndex*/, DltLogLevelType level, const char* functionName, int line,
              const char* /*tag*/, const char* format, ...) {
     const std::shared_ptr<const LogSink> sink = currentSink();
-    // Formatting is the costly part; the default sink drops info and below unseen.
-    if (!sink && !isProblem(level)) {
+    const Destination destination = sink ? Destination::customSink : defaultDestination(level);
+    // Formatting is the costly part: a record that goes nowhere is dropped unformatted.
+    if (destination == Destination::nowhere) {
         return;
     }
     LogRecord record{level, functionName ? functionName : "", line, std::string()};
@@ -74,10 +87,16 @@ void implLog(int /*contextIndex*/, DltLogLevelType level, const char* functionNa
         record.message = formatMessage(format, arguments);
         va_end(arguments);
     }
-    if (sink) {
-        (*sink)(record);
-    } else {
-        writeToStandardError(record);
+    switch (destination) {
+        case Destination::customSink:
+            (*sink)(record);
+            break;
+        case Destination::dlt:
+            corvina::platform::dltSend(level, record.function.c_str(), record.line, record.message);
+            break;
+        default:
+            writeToStandardError(record);
+            break;
     }
 }
 

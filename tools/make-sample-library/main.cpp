@@ -1,7 +1,7 @@
 // make-sample-library DIR [--files N]: writes a small music library of silent, tagged audio files
 // for tests and benchmarks of indexers; SampleLayout.h describes the tree. The same N always gives
-// the same paths and bytes. Exit status 0 when it is written, 1 when a file or folder cannot be
-// written, 2 on wrong usage.
+// the same paths and bytes. Exit status 0 when it is written (or after --help or --version), 1 when
+// a file or folder cannot be written, 2 on wrong usage.
 
 #include <cstdio>
 #include <cstring>
@@ -13,9 +13,40 @@
 
 namespace {
 
+constexpr char kUsage[] = "usage: make-sample-library DIR [--files N]\n";
+
 int usage() {
-    std::fprintf(stderr, "usage: make-sample-library DIR [--files N]\n");
+    std::fputs(kUsage, stderr);
     return 2;
+}
+
+int help() {
+    std::fputs(kUsage, stdout);
+    std::printf(
+        "Writes N audio files (%d to %d, default %d) of one second of silence, tagged, below DIR,\n"
+        "with playlists, hidden files and a text file. The same N gives the same tree.\n"
+        "\n"
+        "  --files N  the number of audio files\n"
+        "  --help     show this help and exit\n"
+        "  --version  show the version and exit\n"
+        "\n"
+        "Exit status: 0 written; 1 a file or folder cannot be written; 2 wrong usage.\n",
+        sample::minimumFiles, sample::maximumFiles, sample::defaultFiles);
+    return 0;
+}
+
+// --help and --version answer whatever else the command line holds.
+int answerOptions(int argc, char** argv) {
+    for (int i = 1; i < argc; ++i) {
+        if (std::strcmp(argv[i], "--help") == 0) {
+            return help();
+        }
+        if (std::strcmp(argv[i], "--version") == 0) {
+            std::puts("make-sample-library (tangor-common) " TANGOR_VERSION);
+            return 0;
+        }
+    }
+    return -1;
 }
 
 // A count of files within the allowed range, written in decimal digits only.
@@ -43,6 +74,9 @@ bool parseCount(const char* text, int& count) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    if (const int status = answerOptions(argc, argv); status >= 0) {
+        return status;
+    }
     const char* root = nullptr;
     int files = sample::defaultFiles;
     for (int i = 1; i < argc; ++i) {

@@ -1,6 +1,7 @@
 // tangor-mkdic WORDLIST NJCON NJTAN: builds the dictionary pair of the built-in conversion engine
-// from a word list (docs/dictionary-format.md). Exit status 0 with both files written; 1 with
-// neither when the list has bad lines or a file cannot be read or written; 2 on wrong usage.
+// from a word list (docs/dictionary-format.md). Exit status 0 with both files written (or after
+// --help or --version); 1 with neither when the list has bad lines or a file cannot be read or
+// written; 2 on wrong usage.
 
 #include <cerrno>
 #include <cstdio>
@@ -22,6 +23,38 @@ struct FileCloser {
     void operator()(std::FILE* file) const noexcept { std::fclose(file); }
 };
 using File = std::unique_ptr<std::FILE, FileCloser>;
+
+constexpr char kUsage[] = "usage: tangor-mkdic WORDLIST NJCON NJTAN\n";
+constexpr char kHelp[] =
+    "Builds the dictionary pair of the built-in conversion engine (NJCON, NJTAN) from WORDLIST,\n"
+    "a UTF-8 file of \"word<TAB>reading\" lines.\n"
+    "\n"
+    "  --help     show this help and exit\n"
+    "  --version  show the version and exit\n"
+    "\n"
+    "Exit status: 0 both files written; 1 neither written (bad lines, a file that cannot be read\n"
+    "or written); 2 wrong usage.\n";
+
+// --help and --version answer on standard output; any other word starting with "--" is wrong usage.
+// Returns the exit status, or -1 when the arguments are for a build.
+int answerOptions(int argc, char** argv) {
+    for (int i = 1; i < argc; ++i) {
+        if (std::strcmp(argv[i], "--help") == 0) {
+            std::fputs(kUsage, stdout);
+            std::fputs(kHelp, stdout);
+            return 0;
+        }
+        if (std::strcmp(argv[i], "--version") == 0) {
+            std::puts("tangor-mkdic (tangor-common) " TANGOR_VERSION);
+            return 0;
+        }
+        if (std::strncmp(argv[i], "--", 2) == 0) {
+            std::fprintf(stderr, "tangor-mkdic: unknown option %s\n%s", argv[i], kUsage);
+            return 2;
+        }
+    }
+    return -1;
+}
 
 int fail(const char* what, const char* path, const std::string& reason) {
     std::fprintf(stderr, "tangor-mkdic: cannot %s %s: %s\n", what, path, reason.c_str());
@@ -62,8 +95,11 @@ int writeImages(const DictionaryImages& images, const char* njcon, const char* n
 }  // namespace
 
 int main(int argc, char** argv) {
+    if (const int status = answerOptions(argc, argv); status >= 0) {
+        return status;
+    }
     if (argc != 4) {
-        std::fputs("usage: tangor-mkdic WORDLIST NJCON NJTAN\n", stderr);
+        std::fputs(kUsage, stderr);
         return 2;
     }
     const char* listPath = argv[1];

@@ -4,8 +4,10 @@
 //
 // Every record of the library is one implLog() call with context index 0, a DLT level, the calling
 // function's name (its full signature text when logPrettyFunction is non-zero), its source line, an
-// empty text and a printf-style format. The records go to the current sink; the default sink writes
-// warn, error and fatal records to standard error, one line each, and drops the rest.
+// empty text and a printf-style format. The records go to the current sink. The default sink sends
+// them to DLT (application "TNGR", context "TCOM") when a DLT daemon runs, dropping unformatted
+// those below the context's level; without a daemon, or in a build without DLT, it writes warn,
+// error and fatal records to standard error, one line each, and drops the rest.
 
 #include <cstdint>
 #include <functional>
