@@ -39,7 +39,7 @@ private:
     std::unique_ptr<Statement> stored_;
     bool storedDone_ = false;
     std::int64_t storedId_ = 0;
-    std::string storedPath_;            // relative
+    std::string storedPath_;           // relative
     std::vector<std::string> needed_;  // the folders needed so far on the current branch
 };
 

@@ -20,8 +20,8 @@ int pathOrder(void*, int aSize, const void* a, int bSize, const void* b) {
 // Opens the connection before the statements are prepared on it.
 sqlite3* openConnection(const std::string& devId, sqlstl::sqlostream& stream) {
     corvina::DatabaseMgr().open(devId, stream, corvina::dbBusyTimeoutMs);
-    if (sqlite3_create_collation_v2(stream.db, sql::kPathCollation, SQLITE_UTF8, nullptr,
-                                    pathOrder, nullptr) != SQLITE_OK) {
+    if (sqlite3_create_collation_v2(stream.db, sql::kPathCollation, SQLITE_UTF8, nullptr, pathOrder,
+                                    nullptr) != SQLITE_OK) {
         throw std::runtime_error("cannot register the path order");
     }
     return stream.db;
@@ -44,8 +44,8 @@ IndexDatabase::IndexDatabase(const std::string& devId)
       deletePlaylist_(stream_.db, sql::kDeletePlaylist),
       findTrack_(stream_.db, sql::kFindTrack) {
     for (const Statement* statement :
-         {&selectStatus_, &writeStatus_, &insertSong_, &insertArtist_, &insertAlbum_,
-          &insertGenre_, &insertComposer_, &insertDirectory_, &insertPlaylistEntry_, &deleteSong_,
+         {&selectStatus_, &writeStatus_, &insertSong_, &insertArtist_, &insertAlbum_, &insertGenre_,
+          &insertComposer_, &insertDirectory_, &insertPlaylistEntry_, &deleteSong_,
           &deleteDirectory_, &deletePlaylist_, &findTrack_}) {
         if (!statement->valid()) {
             throw std::runtime_error("the database has not the expected tables: " +
@@ -173,9 +173,9 @@ bool IndexDatabase::insertDirectory(const MountPoint& mountPoint, const std::str
         insert.bind(5, mountPoint.partitionId());
     } else {
         insert.bind(4, corvina::Md5(corvina::Md5::Directory, path).value);
-        insert.bind(5,
-                    corvina::Md5(corvina::Md5::Directory, mountPoint.absolute(parentOf(relative)))
-                        .value);
+        insert.bind(
+            5,
+            corvina::Md5(corvina::Md5::Directory, mountPoint.absolute(parentOf(relative))).value);
     }
     return run(insert);
 }
@@ -186,8 +186,8 @@ bool IndexDatabase::deleteDirectory(std::int64_t id) {
 }
 
 bool IndexDatabase::insertPlaylistEntry(const MountPoint& mountPoint,
-                                        const std::string& playlistPath,
-                                        const PlaylistEntry& entry, std::int64_t lastModified) {
+                                        const std::string& playlistPath, const PlaylistEntry& entry,
+                                        std::int64_t lastModified) {
     const std::string name = lastComponent(playlistPath);
     const std::size_t dot = name.rfind('.');
     Statement& insert = insertPlaylistEntry_;

@@ -1,8 +1,8 @@
 #pragma once
 
 // A partition's mount point, and the one place where paths below it are joined and split. The
-// index stores absolute paths; the stages work with paths relative to the mount point ("/"-separated,
-// no leading "/", "" for the mount point itself).
+// index stores absolute paths; the stages work with paths relative to the mount point
+// ("/"-separated, no leading "/", "" for the mount point itself).
 
 #include <cstddef>
 #include <string>

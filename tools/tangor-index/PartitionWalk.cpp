@@ -144,7 +144,9 @@ bool PartitionWalk::visit(Folder& folder, const FolderEntry& item, WalkEntry& en
     }
     ++files_;
     entry = WalkEntry{kind == FileKind::Audio ? WalkEntry::Kind::Audio : WalkEntry::Kind::Playlist,
-                      relative, status.lastModified, {}};
+                      relative,
+                      status.lastModified,
+                      {}};
     return true;
 }
 

@@ -20,8 +20,8 @@
 namespace tangor::index {
 
 struct WalkLimits {
-    std::size_t maxFiles = 1000000;           // audio files and playlists together
-    int maxDepth = 64;                        // folders below the mount point
+    std::size_t maxFiles = 1000000;          // audio files and playlists together
+    int maxDepth = 64;                       // folders below the mount point
     std::size_t maxFolderEntries = 1000000;  // entries of one folder
 };
 

@@ -166,8 +166,8 @@ private:
             ++totals_.indexed;
             ++totals_.written;
         }
-        stages.batch.fileWritten();
         observer_.fileDone();
+        stages.batch.fileWritten();
     }
 
     void reportLimits(const PartitionWalk& walk, const SongComparison& comparison) {

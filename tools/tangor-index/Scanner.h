@@ -34,7 +34,7 @@ public:
     virtual void partitionStarted(const std::string& /*mountPoint*/) {}
     // A track file is about to be read, with its absolute path.
     virtual void fileStarting(const std::string& /*path*/) {}
-    // A track file's rows are written.
+    // A track file's rows are written, before they are committed.
     virtual void fileDone() {}
     virtual void warning(const std::string& /*message*/) {}
     // Something the user should know that is not a fault of the input.

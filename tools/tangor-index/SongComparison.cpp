@@ -60,14 +60,16 @@ bool SongComparison::next(ScanItem& item) {
     }
     // A playlist has no stored track to meet; it goes on in its place.
     if (!walkDone_ && walkHead_.kind == WalkEntry::Kind::Playlist) {
-        item = ScanItem{ScanItem::Action::Playlist, walkHead_.relativePath, walkHead_.lastModified,
-                        0, {}, TagResult::Unreadable};
+        item = ScanItem{
+            ScanItem::Action::Playlist, walkHead_.relativePath, walkHead_.lastModified, 0, {},
+            TagResult::Unreadable};
         advanceWalk();
         return true;
     }
-    const int order = walkDone_    ? 1
-                      : storedDone_ ? -1
-                                    : comparePaths(walkHead_.relativePath, storedHead_.relativePath);
+    const int order = walkDone_ ? 1
+                      : storedDone_
+                          ? -1
+                          : comparePaths(walkHead_.relativePath, storedHead_.relativePath);
     if (order > 0) {
         item = fromStored(ScanItem::Action::Delete);
         advanceStored();

@@ -7,8 +7,9 @@
 // throws std::runtime_error("cannot open db"); the validation of createDb throws
 // "COULD NOT GET DB VERSION", "COULD NOT GET DB CODING" or "COULD NOT RECREATE DB"; nothing in the
 // library catches. The three validation texts come as DbValidationError, a std::runtime_error, so a
-// caller can tell a file to make anew from one it cannot open. Failed insertions are only logged (by the statement streams); failed file
-// operations (unlink, mkdir, fsync, fchmod) are logged or ignored, never thrown.
+// caller can tell a file to make anew from one it cannot open. Failed insertions are only logged
+// (by the statement streams); failed file operations (unlink, mkdir, fsync, fchmod) are logged or
+// ignored, never thrown.
 //
 // DatabaseMgr keeps no state: any instance, a temporary included, serves, and every connection it
 // opens is closed before the operation returns.
