@@ -57,7 +57,7 @@ private:
                WalkEntry& problem);
     bool visit(Folder& folder, const FolderEntry& item, WalkEntry& entry);
 
-    const MountPoint& mountPoint_;
+    const MountPoint mountPoint_;
     const WalkLimits limits_;
     std::vector<std::unique_ptr<Folder>> stack_;
     std::size_t files_ = 0;
