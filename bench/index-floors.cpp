@@ -155,9 +155,9 @@ int firstRow(const std::string& database, double timeoutSeconds) {
     while (secondsSince(start) < timeoutSeconds) {
         if (hasRow(database)) {
             const auto now = std::chrono::system_clock::now().time_since_epoch();
-            std::printf("%lld\n", static_cast<long long>(
-                                      std::chrono::duration_cast<std::chrono::microseconds>(now)
-                                          .count()));
+            std::printf("%lld\n",
+                        static_cast<long long>(
+                            std::chrono::duration_cast<std::chrono::microseconds>(now).count()));
             return 0;
         }
         std::this_thread::sleep_for(std::chrono::milliseconds(1));

@@ -21,7 +21,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr long long kLate = 2208988800;                  // 2040-01-01 00:00:00 UTC
+constexpr long long kLate = 2208988800;                 // 2040-01-01 00:00:00 UTC
 constexpr long long kLarge = 3LL * 1024 * 1024 * 1024;  // 3 GiB
 
 static_assert(sizeof(off_t) == 8 && sizeof(time_t) == 8, "built with 64-bit off_t and time_t");
@@ -41,8 +41,7 @@ protected:
     }
 
     std::string value(const std::string& sql) const {
-        const std::vector<std::string> rows =
-            queryRows(databaseDirectory() + "usb.tangor", sql);
+        const std::vector<std::string> rows = queryRows(databaseDirectory() + "usb.tangor", sql);
         return rows.empty() ? "<no row>" : rows.front();
     }
 

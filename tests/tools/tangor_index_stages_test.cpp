@@ -97,15 +97,20 @@ TEST(PartitionWalk, FindsAudioAndPlaylistsInPathOrderWithinItsLimits) {
         std::vector<std::string> expected;
         bool truncated;
     };
-    const std::vector<std::string> all = {"B.flac",  "a/deep/er/y.mp3", "a/x.mp3", "a-b.mp3",
-                                          "a.mp3",   "link.mp3",        "playlist list.m3u"};
+    const std::vector<std::string> all = {"B.flac",           "a/deep/er/y.mp3", "a/x.mp3",
+                                          "a-b.mp3",          "a.mp3",           "link.mp3",
+                                          "playlist list.m3u"};
     const Row rows[] = {
         {"no limit reached", {}, all, false},
         {"two files", {2, 64, 1000}, {"B.flac", "a/deep/er/y.mp3"}, true},
-        {"one folder deep", {100, 1, 1000},
-         {"B.flac", "a/x.mp3", "a-b.mp3", "a.mp3", "link.mp3", "playlist list.m3u"}, true},
-        {"the mount point only", {100, 0, 1000},
-         {"B.flac", "a-b.mp3", "a.mp3", "link.mp3", "playlist list.m3u"}, true},
+        {"one folder deep",
+         {100, 1, 1000},
+         {"B.flac", "a/x.mp3", "a-b.mp3", "a.mp3", "link.mp3", "playlist list.m3u"},
+         true},
+        {"the mount point only",
+         {100, 0, 1000},
+         {"B.flac", "a-b.mp3", "a.mp3", "link.mp3", "playlist list.m3u"},
+         true},
     };
     for (const Row& row : rows) {
         bool truncated = false;
@@ -115,6 +120,10 @@ TEST(PartitionWalk, FindsAudioAndPlaylistsInPathOrderWithinItsLimits) {
     bool truncated = false;
     EXPECT_LE(walkAll(mountPoint, {100, 64, 2}, &truncated).size(), 4u);
     EXPECT_TRUE(truncated);
+    // A mount point named through a link is walked all the same.
+    const std::string linked = tree.dir.file("linked");
+    fs::create_directory_symlink(tree.mount, linked);
+    EXPECT_EQ(walkAll(MountPoint(linked), {}), all);
 }
 
 TEST(PartitionWalk, NamesAFolderItCannotReadInItsPlace) {
@@ -143,12 +152,13 @@ protected:
     }
 
     void storeSong(const std::string& relative, long long lastModified) const {
-        execSql(database, "INSERT INTO SONGS(PARTITION_ID, PATH, OBJECTID, DIRECTORYID, NAME, "
-                          "TITLE, ARTISTID, ALBUMID, GENREID, COMPOSERID, AUDIOTYPE, BOOKMARK, "
-                          "LASTMODIFIED, TRACKIND, DISCNUM) VALUES ('" +
-                              mountPoint.partitionId() + "', '" + mountPoint.absolute(relative) +
-                              "', 'o', 'd', 'n', 't', 'a', 'b', 'g', 'c', 1, 0, " +
-                              std::to_string(lastModified) + ", 0, 0)");
+        execSql(database,
+                "INSERT INTO SONGS(PARTITION_ID, PATH, OBJECTID, DIRECTORYID, NAME, "
+                "TITLE, ARTISTID, ALBUMID, GENREID, COMPOSERID, AUDIOTYPE, BOOKMARK, "
+                "LASTMODIFIED, TRACKIND, DISCNUM) VALUES ('" +
+                    mountPoint.partitionId() + "', '" + mountPoint.absolute(relative) +
+                    "', 'o', 'd', 'n', 't', 'a', 'b', 'g', 'c', 1, 0, " +
+                    std::to_string(lastModified) + ", 0, 0)");
     }
 
     long long modified(const std::string& relative) const {
@@ -189,7 +199,7 @@ TEST_F(StoredRowsTest, ComparisonReadsWhatChangedAndDeletesWhatIsGone) {
     storeSong("zzz/old.mp3", 1);  // its folder is gone
     index::IndexDatabase db("usb");
     const std::vector<std::string> expected = {
-        "delete A.MP3 (stored)",     "read B.flac (stored)", "read a/deep/er/y.mp3",
+        "delete A.MP3 (stored)",      "read B.flac (stored)", "read a/deep/er/y.mp3",
         "delete a/gone.mp3 (stored)", "read a/x.mp3",         "read a-b.mp3",
         "keep a.mp3 (stored)",        "read link.mp3",        "playlist list.m3u",
         "delete zzz/old.mp3 (stored)"};
@@ -203,9 +213,10 @@ TEST_F(StoredRowsTest, ComparisonKeepsWhatIsStoredBelowAnUnreadableFolder) {
     index::IndexDatabase db("usb");
     const UnreadableFolder unreadable(tree.mount + "/a");
     const std::vector<std::string> expected = {
-        "read B.flac",         "keep a/deep/er/y.mp3 (stored)", "keep a/x.mp3 (stored)",
-        "problem a",           "read a-b.mp3 (stored)",         "read a.mp3",
-        "read link.mp3",       "playlist list.m3u"};
+        "read B.flac",           "keep a/deep/er/y.mp3 (stored)",
+        "keep a/x.mp3 (stored)", "problem a",
+        "read a-b.mp3 (stored)", "read a.mp3",
+        "read link.mp3",         "playlist list.m3u"};
     EXPECT_EQ(compareAll(db, mountPoint), expected);
 }
 
@@ -215,12 +226,10 @@ TEST_F(StoredRowsTest, DirectoriesFollowTheIndexedFiles) {
         return queryRows(database, "SELECT PATH FROM DIRECTORIES ORDER BY PATH");
     };
     const auto runStage = [&db, this](const std::vector<std::string>& files) {
-        index::WriteBatch batch(db, mountPoint, 100, [](const std::string& message) {
-            ADD_FAILURE() << message;
-        });
-        index::DirectoryMerge directories(db, mountPoint, batch, [](const std::string& message) {
-            ADD_FAILURE() << message;
-        });
+        index::WriteBatch batch(db, mountPoint, 100,
+                                [](const std::string& message) { ADD_FAILURE() << message; });
+        index::DirectoryMerge directories(
+            db, mountPoint, batch, [](const std::string& message) { ADD_FAILURE() << message; });
         for (const std::string& file : files) {
             directories.fileIndexed(file);
         }
@@ -245,8 +254,8 @@ TEST_F(StoredRowsTest, DirectoriesFollowTheIndexedFiles) {
 }
 
 TEST_F(StoredRowsTest, PlaylistEntriesAreResolvedByQueries) {
-    for (const char* track : {"Music/A/song.mp3", "Music/A/SONG.mp3", "Music/B/other.flac",
-                              "top.mp3"}) {
+    for (const char* track :
+         {"Music/A/song.mp3", "Music/A/SONG.mp3", "Music/B/other.flac", "top.mp3"}) {
         storeSong(track, 1);
     }
     index::IndexDatabase db("usb");
@@ -261,11 +270,11 @@ TEST_F(StoredRowsTest, PlaylistEntriesAreResolvedByQueries) {
         {"Music/A", "SONG.mp3", "Music/A/SONG.mp3"},  // exact match wins over the folding
         {"Music/A", "Song.MP3", "Music/A/SONG.mp3"},  // first of the foldings in walk order
         {"Playlists", "..\\Music\\.\\B\\\\other.flac", "Music/B/other.flac"},
-        {"Music/A", "E:\\top.mp3", "top.mp3"},  // drive letter: from the root
+        {"Music/A", "E:\\top.mp3", "top.mp3"},          // drive letter: from the root
         {"Music/A", absoluteEntry.c_str(), "top.mp3"},  // absolute
         {"", "file:///Music/B/oth%65r.flac", "Music/B/other.flac"},
         {"Music", "../../top.mp3", nullptr},  // leaves the partition
-        {"Music", "A", nullptr},               // a folder, not a track
+        {"Music", "A", nullptr},              // a folder, not a track
         {"Music/A", "missing.mp3", nullptr},
     };
     for (const Row& row : rows) {

@@ -63,9 +63,9 @@ FileStatus fileStatus(int folder, const char* name, bool followLinks) {
     return result;
 }
 
-FileDescriptor openFolder(int parent, const char* name) {
-    return FileDescriptor(
-        openat(parent, name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC | O_LARGEFILE));
+FileDescriptor openFolder(int parent, const char* name, bool followLink) {
+    const int flags = O_RDONLY | O_DIRECTORY | O_CLOEXEC | O_LARGEFILE;
+    return FileDescriptor(openat(parent, name, followLink ? flags : flags | O_NOFOLLOW));
 }
 
 bool listFolder(int folder, std::size_t limit, std::vector<FolderEntry>& entries, bool& full,

@@ -52,8 +52,9 @@ struct FolderEntry {
     unsigned char type;  // DT_* of the directory entry; DT_UNKNOWN where the file system gives none
 };
 
-// Opens the folder `name` below `parent` (AT_FDCWD for a path) for listing, never through a link.
-FileDescriptor openFolder(int parent, const char* name);
+// Opens the folder `name` below `parent` (AT_FDCWD for a path) for listing; through a link only
+// when `followLink`.
+FileDescriptor openFolder(int parent, const char* name, bool followLink);
 
 // The entries of an open folder, "." and ".." and hidden ones (a leading ".") left out, at most
 // `limit`. False with `error` (errno) when the listing failed; `entries` then holds what came

@@ -65,7 +65,8 @@ PartitionWalk::~PartitionWalk() = default;
 bool PartitionWalk::enter(int parent, const char* name, const std::string& relative, int depth,
                           WalkEntry& problem) {
     auto folder = std::make_unique<Folder>();
-    folder->fd = openFolder(parent, name);
+    // The mount point may be named through a link; nothing below it is entered through one.
+    folder->fd = openFolder(parent, name, depth == 0);
     if (!folder->fd.valid()) {
         problem = unreadable(relative, "folder cannot be opened: " + errorText(errno));
         return false;
