@@ -27,6 +27,7 @@
 #include "IndexDatabase.h"
 #include "PartitionWalk.h"
 #include "RecordBuilder.h"
+#include "Scanner.h"
 #include "Statement.h"
 #include "TagReader.h"
 #include "WriteBatch.h"
@@ -123,7 +124,7 @@ int rowsFloor(const std::string& source, const std::string& device, const std::s
     {
         const RecordBuilder records;
         IndexDatabase database(device);
-        WriteBatch batch(database, mountPoint, 256,
+        WriteBatch batch(database, mountPoint, ScanOptions().filesPerTransaction,
                          [](const std::string& message) { fail(message); });
         for (const Track& track : tracks) {
             const corvina::MetaDataInfo record =
