@@ -24,6 +24,8 @@ sqlite3* openConnection(const std::string& devId, sqlstl::sqlostream& stream) {
                                     nullptr) != SQLITE_OK) {
         throw std::runtime_error("cannot register the path order");
     }
+    // Settings only: a connection that cannot take them works, more slowly.
+    sqlite3_exec(stream.db, sql::kConnectionSettings, nullptr, nullptr, nullptr);
     return stream.db;
 }
 

@@ -42,7 +42,7 @@ public:
 };
 
 struct ScanOptions {
-    std::size_t filesPerTransaction = 1024;
+    std::size_t filesPerTransaction = 4096;
     unsigned jobs = 1;  // threads reading tags; 1 reads them on the writing thread
     WalkLimits limits;
     PlaylistLimits playlists;
