@@ -65,6 +65,10 @@ bool IndexDatabase::begin() {
     if (inTransaction_) {
         return true;
     }
+    if (!writeCacheSet_) {
+        writeCacheSet_ = true;
+        sqlite3_exec(stream_.db, sql::kWriteCacheSettings, nullptr, nullptr, nullptr);
+    }
     if (sqlite3_exec(stream_.db, sql::kBegin, nullptr, nullptr, nullptr) != SQLITE_OK) {
         lastError_ = sqlite3_errmsg(stream_.db);
         return false;

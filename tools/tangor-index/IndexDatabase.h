@@ -98,6 +98,7 @@ private:
     // the rows right either way.
     std::unordered_set<std::string> namesWritten_;
     bool inTransaction_ = false;
+    bool writeCacheSet_ = false;
     std::string lastError_;
 };
 
