@@ -6,6 +6,7 @@
 
 #include <cerrno>
 #include <cstring>
+#include <memory>
 
 namespace tangor::index {
 
@@ -71,9 +72,10 @@ FileDescriptor openFolder(int parent, const char* name, bool followLink) {
 bool listFolder(int folder, std::size_t limit, std::vector<FolderEntry>& entries, bool& full,
                 int& error) {
     full = false;
-    std::vector<char> buffer(kListingBuffer);
+    // Not zeroed: getdents64 fills what it returns, and a walk lists many folders.
+    const std::unique_ptr<char[]> buffer(new char[kListingBuffer]);
     for (std::size_t chunk = 0; chunk < kMaxListingChunks; ++chunk) {
-        const ssize_t size = getdents64(folder, buffer.data(), buffer.size());
+        const ssize_t size = getdents64(folder, buffer.get(), kListingBuffer);
         if (size < 0) {
             error = errno;
             return false;
@@ -82,7 +84,7 @@ bool listFolder(int folder, std::size_t limit, std::vector<FolderEntry>& entries
             return true;
         }
         for (ssize_t at = 0; at < size;) {
-            const auto* entry = reinterpret_cast<const dirent64*>(buffer.data() + at);
+            const auto* entry = reinterpret_cast<const dirent64*>(buffer.get() + at);
             at += entry->d_reclen;
             if (entry->d_name[0] == '.') {
                 continue;  // hidden, "." and ".."
