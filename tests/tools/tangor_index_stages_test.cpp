@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -218,6 +219,24 @@ TEST_F(StoredRowsTest, ComparisonKeepsWhatIsStoredBelowAnUnreadableFolder) {
         "read a-b.mp3 (stored)", "read a.mp3",
         "read link.mp3",         "playlist list.m3u"};
     EXPECT_EQ(compareAll(db, mountPoint), expected);
+}
+
+TEST_F(StoredRowsTest, ComparisonStopsWhenTheStoredTracksCannotBeRead) {
+    storeSong("a.mp3", 1);
+    // A SONGS page that is no B-tree page: SQLite reports the file corrupt when it reads it.
+    const long long root = std::stoll(
+        queryRows(database, "SELECT rootpage FROM sqlite_master WHERE name = 'SONGS'").at(0));
+    const long long pageSize = std::stoll(queryRows(database, "PRAGMA page_size").at(0));
+    std::string content = readFile(database);
+    ASSERT_LE(root * pageSize, static_cast<long long>(content.size()));
+    content.replace(static_cast<std::size_t>((root - 1) * pageSize),
+                    static_cast<std::size_t>(pageSize), static_cast<std::size_t>(pageSize), '\xFF');
+    writeFile(database, content);
+    index::IndexDatabase db("usb");
+    index::PartitionWalk walk(mountPoint);
+    EXPECT_THROW(index::SongComparison(mountPoint, walk, db.storedSongs(mountPoint),
+                                       [](const WalkEntry&) {}),
+                 std::runtime_error);
 }
 
 TEST_F(StoredRowsTest, DirectoriesFollowTheIndexedFiles) {

@@ -74,7 +74,7 @@ public:
             }
         }
         directories.finish();
-        reportLimits(walk, comparison);
+        reportLimits(walk);
         playlists.finish(tracksChanged_ || previous != kStatusDone);
         batch.finish(comparison.incomplete() ? kStatusIncomplete : kStatusDone, previous);
     }
@@ -170,14 +170,11 @@ private:
         stages.batch.fileWritten();
     }
 
-    void reportLimits(const PartitionWalk& walk, const SongComparison& comparison) {
+    void reportLimits(const PartitionWalk& walk) {
         if (walk.truncated()) {
             ++totals_.skipped;
             warn(mountPoint_.path() +
                  ": too many files, or folders too deep or too full; the rest is skipped");
-        }
-        if (comparison.storedFailed()) {
-            warn(mountPoint_.path() + ": the stored tracks cannot all be read; none was deleted");
         }
     }
 

@@ -7,8 +7,8 @@
 //
 // Bad input never stops a scan: a file whose tags cannot be read is indexed from its name, a folder
 // or file that cannot be read is named in a warning and its stored rows are kept, a file that
-// vanishes is skipped. Only a database that cannot be opened, or that cannot be validated even
-// once made anew, ends it with std::runtime_error.
+// vanishes is skipped. Only a database that cannot be opened or read, or that cannot be validated
+// even once made anew, ends it with std::runtime_error.
 
 #include <cstddef>
 #include <string>

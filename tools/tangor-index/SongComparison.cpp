@@ -1,5 +1,7 @@
 #include "SongComparison.h"
 
+#include <stdexcept>
+
 namespace tangor::index {
 
 SongComparison::SongComparison(const MountPoint& mountPoint, PartitionWalk& walk,
@@ -26,8 +28,11 @@ void SongComparison::advanceStored() {
         }
         // A row of this partition outside its mount point cannot be matched to a file; it stays.
     }
-    // When the stored rows cannot all be read, the walk's remaining files look new: better to
-    // write a file twice than to delete one that is there.
+    if (stored_->failed()) {
+        // Going on, every file not yet met would look new and be written a second time.
+        throw std::runtime_error(mountPoint_.path() +
+                                 ": the stored tracks cannot be read: " + stored_->error());
+    }
     storedDone_ = true;
 }
 

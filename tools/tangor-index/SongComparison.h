@@ -4,6 +4,7 @@
 // and tells for each path what is to be done (ScanItem). A file whose time differs from its row's,
 // or that has no row, is read; a row whose file is gone is deleted; a row below a folder or file
 // the walk could not read is kept, never taken for gone. Unreadable walk entries go to `problems`.
+// Stored rows that cannot be read end the comparison with std::runtime_error.
 
 #include <functional>
 #include <memory>
@@ -29,8 +30,6 @@ public:
 
     // A folder or file could not be read (its rows were kept).
     bool incomplete() const { return incomplete_; }
-    // The stored rows could not all be read: nothing was deleted after that.
-    bool storedFailed() const { return stored_->failed(); }
 
 private:
     struct Stored {
