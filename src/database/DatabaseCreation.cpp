@@ -10,6 +10,8 @@
 
 namespace corvina {
 
+DbValidationError::~DbValidationError() = default;
+
 namespace {
 
 int currentCountryCode() {
@@ -55,7 +57,7 @@ void DatabaseMgr::createDb(const std::string& devId, const std::string& mountPoi
             is.close();
             deleteDb(devId);
             if (recreated) {
-                throw std::runtime_error("COULD NOT RECREATE DB");
+                throw DbValidationError("COULD NOT RECREATE DB");
             }
             continue;
         }
@@ -92,7 +94,7 @@ std::string DatabaseMgr::getVersion(sqlstl::sqlistream& is) {
     is >> version >> sqlstl::step >> sqlstl::finalize;
     // No row (eofbit) or a NULL (failbit) is a file without a version, not a failure.
     if (is.bad()) {
-        throw std::runtime_error("COULD NOT GET DB VERSION");
+        throw DbValidationError("COULD NOT GET DB VERSION");
     }
     return version;
 }
@@ -102,7 +104,7 @@ int DatabaseMgr::getCoding(sqlstl::sqlistream& is) {
     is.query(selectCodingSql);
     is >> coding >> sqlstl::step >> sqlstl::finalize;
     if (is.bad()) {
-        throw std::runtime_error("COULD NOT GET DB CODING");
+        throw DbValidationError("COULD NOT GET DB CODING");
     }
     return coding;
 }

@@ -5,6 +5,8 @@
 
 #include <sys/types.h>
 
+#include <tangor/database/DatabaseMgr.h>
+
 #include "platform/FixedPaths.h"
 
 namespace corvina {
@@ -12,7 +14,7 @@ namespace corvina {
 // Where the device databases live, and what marks a file name as one.
 inline constexpr char databaseDirectory[] = TANGOR_FIXED_PATH("/var/opt/tangor/");
 inline constexpr char databaseExtension[] = ".tangor";
-inline constexpr int busyTimeoutMs = 3600000;
+inline constexpr int busyTimeoutMs = dbBusyTimeoutMs;
 
 inline constexpr char schemaVersion[] = "1.15";
 

@@ -187,6 +187,8 @@ public:
         if (path == vanishing) {
             fs::remove(path);
         }
+    }
+    void fileDone() override {
         if (filesBeforeKill >= 0 && filesBeforeKill-- == 0) {
             throw std::runtime_error("killed");
         }
@@ -208,7 +210,8 @@ TEST_F(TangorIndexTest, ScanCutShortIsCompletedByTheNext) {
     Interference interference;
     interference.filesBeforeKill = 5;
     EXPECT_THROW(index::scanDevice("usb", {mount}, interference, options), std::runtime_error);
-    EXPECT_EQ(value("SELECT COUNT(*) FROM SONGS"), "4");  // two transactions went through
+    // The sixth file's rows were written, not committed: two transactions went through.
+    EXPECT_EQ(value("SELECT COUNT(*) FROM SONGS"), "4");
     EXPECT_EQ(value("SELECT VALUE FROM STATUS"), "SCANNING");
 
     index::ScanObserver quiet;
@@ -216,6 +219,54 @@ TEST_F(TangorIndexTest, ScanCutShortIsCompletedByTheNext) {
     EXPECT_EQ(totals.written, 8u);
     EXPECT_EQ(value("SELECT COUNT(*) FROM VIEW_PLAYLISTSONGS"), "12");
     EXPECT_EQ(value("SELECT VALUE FROM STATUS"), "DONE");
+}
+
+// Every row of every table the scan writes, in row order.
+std::vector<std::string> dump(const std::string& database) {
+    std::vector<std::string> rows;
+    for (const char* table : {"SONGS", "ARTISTS", "ALBUMS", "GENRES", "COMPOSERS", "DIRECTORIES",
+                              "PLAYLISTS", "STATUS", "PARTITION_PRESENCE"}) {
+        for (std::string& row : queryRows(database, std::string("SELECT '") + table + "', * FROM " +
+                                                        table + " ORDER BY rowid")) {
+            rows.push_back(std::move(row));
+        }
+    }
+    return rows;
+}
+
+TEST_F(TangorIndexTest, AnyNumberOfReadingThreadsWritesTheSameDatabase) {
+    const std::string big = tree.file("big");
+    ASSERT_EQ(runProgram({TANGOR_MAKE_SAMPLE_LIBRARY, big, "--files", "300"}).status, 0);
+    const auto scanWith = [&big](const std::string& device, std::vector<std::string> options) {
+        std::vector<std::string> command = {TANGOR_INDEX, "scan", "--device", device, "--quiet"};
+        command.insert(command.end(), options.begin(), options.end());
+        command.push_back(big);
+        const ProgramResult result = runProgram(command);
+        EXPECT_EQ(result.status, 0) << result.standardError;
+    };
+    scanWith("one", {"--jobs", "1"});
+    scanWith("default", {});
+    scanWith("four", {"--jobs", "4"});
+    const std::vector<std::string> one = dump(database("one"));
+    ASSERT_GT(one.size(), 300u);
+    EXPECT_TRUE(one == dump(database("default")));
+    EXPECT_TRUE(one == dump(database("four")));
+}
+
+TEST_F(TangorIndexTest, ComposerAndDiscNumberComeFromEveryTagFormat) {
+    ASSERT_EQ(scan().status, 0);
+    for (int file = 0; file < kFiles; ++file) {
+        const sample::AudioFile audio = sample::audioFile(file);
+        const bool tagged = audio.content == sample::Content::Tagged;
+        const std::string expected =
+            tagged ? audio.tags.composer + "|" + std::to_string(audio.tags.disc)
+                   : "Various Composers|0";
+        EXPECT_EQ(value("SELECT COMPOSER || '|' || DISCNUM FROM SONGS JOIN COMPOSERS USING "
+                        "(COMPOSERID) WHERE PATH = '" +
+                        path(file) + "'"),
+                  expected)
+            << audio.path;
+    }
 }
 
 TEST_F(TangorIndexTest, ErrorsEndWithAMessageAndAStatus) {

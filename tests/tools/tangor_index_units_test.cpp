@@ -1,4 +1,5 @@
-// The indexer's pieces that decide on text alone: playlist entries and the command line.
+// The indexer's pieces that decide on text alone: paths and their order, playlist entries, JSON
+// text and the command line.
 
 #include <gtest/gtest.h>
 
@@ -6,6 +7,8 @@
 #include <vector>
 
 #include "CommandLine.h"
+#include "JsonText.h"
+#include "MountPoint.h"
 #include "Playlist.h"
 #include "support/TestSupport.h"
 
@@ -14,32 +17,28 @@ namespace tangor::test {
 namespace {
 
 using index::CommandLine;
+using index::comparePaths;
 using index::parseCommandLine;
-using index::TrackResolver;
 
-TEST(PlaylistEntries, ResolveAgainstThePlaylistFolderWithEitherSeparatorAndCaseAsFallback) {
-    const std::vector<std::string> tracks = {"Music/A/song.mp3", "Music/A/SONG.mp3",
-                                             "Music/B/other.flac", "top.mp3"};
-    const TrackResolver resolver("/mnt/usb", tracks);
+TEST(PlaylistEntries, JoinAgainstThePlaylistFolderWithEitherSeparator) {
     struct Row {
         const char* folder;
         const char* entry;
-        const char* expected;  // null: no track
+        const char* expected;  // null: names nothing on the partition
     };
     const Row rows[] = {
         {"Music/A", "song.mp3", "Music/A/song.mp3"},
-        {"Music/A", "SONG.mp3", "Music/A/SONG.mp3"},  // exact match wins over the folding
-        {"Music/A", "Song.MP3", "Music/A/song.mp3"},  // first of the foldings
         {"Playlists", "..\\Music\\.\\B\\\\other.flac", "Music/B/other.flac"},
-        {"Music/A", "E:\\top.mp3", "top.mp3"},       // drive letter: from the root
-        {"Music/A", "/mnt/usb/top.mp3", "top.mp3"},  // absolute, below the mount point
+        {"Music/A", "E:\\top.mp3", "top.mp3"},  // drive letter: from the root
+        {"Music/A", "/top.mp3", "top.mp3"},
         {"", "file:///Music/B/oth%65r.flac", "Music/B/other.flac"},
         {"Music", "../../top.mp3", nullptr},  // leaves the partition
-        {"Music/A", "", nullptr},
+        {"Music/A", "..", "Music"},
     };
     for (const Row& row : rows) {
-        const std::string* found = resolver.resolve(row.folder, row.entry);
-        EXPECT_EQ(found ? *found : "<none>", row.expected ? row.expected : "<none>")
+        std::string relative;
+        const bool joined = index::joinEntry(row.folder, row.entry, relative);
+        EXPECT_EQ(joined ? relative : "<none>", row.expected ? row.expected : "<none>")
             << row.folder << " + " << row.entry;
     }
 }
@@ -59,6 +58,71 @@ TEST(PlaylistEntries, M3uKeepsItsLinesAndPlsFollowsItsNumbers) {
     EXPECT_FALSE(index::readPlaylistEntries(dir.file("none.m3u"), entries));
 }
 
+TEST(PathOrder, EverythingBelowAFolderFollowsItAtOnce) {
+    // Sorted by comparePaths; plain byte order would put "a-b" and "a.mp3" between "a" and "a/b".
+    const std::vector<std::string> sorted = {"",      "A",   "B.mp3", "a",     "a/b",
+                                             "a/b/c", "a/c", "a-b",   "a.mp3", "ab"};
+    for (std::size_t i = 0; i < sorted.size(); ++i) {
+        for (std::size_t k = 0; k < sorted.size(); ++k) {
+            const int order = comparePaths(sorted[i], sorted[k]);
+            EXPECT_EQ(order < 0, i < k) << sorted[i] << " / " << sorted[k];
+            EXPECT_EQ(order == 0, i == k) << sorted[i] << " / " << sorted[k];
+        }
+    }
+    EXPECT_TRUE(index::isWithin("a/b/c", "a/b"));
+    EXPECT_TRUE(index::isWithin("a/b", "a/b"));
+    EXPECT_TRUE(index::isWithin("a", ""));
+    EXPECT_FALSE(index::isWithin("a/bc", "a/b"));
+    EXPECT_FALSE(index::isWithin("a", "a/b"));
+}
+
+TEST(MountPointPaths, JoinAndSplitInOnePlace) {
+    struct Row {
+        const char* given;
+        const char* path;
+        const char* relative;
+        const char* absolute;
+    };
+    const Row rows[] = {
+        {"/mnt/usb//", "/mnt/usb", "a/b.mp3", "/mnt/usb/a/b.mp3"},
+        {"/mnt/usb", "/mnt/usb", "", "/mnt/usb"},
+        {"/", "/", "a.mp3", "/a.mp3"},
+        {"///", "/", "", "/"},
+    };
+    for (const Row& row : rows) {
+        const index::MountPoint mountPoint(row.given);
+        EXPECT_EQ(mountPoint.path(), row.path) << row.given;
+        EXPECT_EQ(mountPoint.absolute(row.relative), row.absolute) << row.given;
+        std::string relative = "<unset>";
+        EXPECT_TRUE(mountPoint.relative(row.absolute, relative)) << row.absolute;
+        EXPECT_EQ(relative, row.relative) << row.absolute;
+    }
+    std::string relative;
+    EXPECT_FALSE(index::MountPoint("/mnt/usb").relative("/mnt/usb2/a.mp3", relative));
+    EXPECT_EQ(index::MountPoint("/mnt/usb/").partitionId(),
+              index::MountPoint("/mnt/usb").partitionId());
+}
+
+TEST(JsonText, EscapesAndReplacesWhatIsNotUtf8) {
+    const std::pair<std::string, std::string> rows[] = {
+        {"plain", "\"plain\""},
+        {"a\"b\\c", "\"a\\\"b\\\\c\""},
+        {std::string("tab\tnul\0", 8), "\"tab\\u0009nul\\u0000\""},
+        {"北京 ﾊﾛｰ", "\"北京 ﾊﾛｰ\""},
+        {"\xF0\x9F\x8E\xB5", "\"\xF0\x9F\x8E\xB5\""},  // U+1F3B5, four bytes
+        {"a\xFF"
+         "b",
+         "\"a\xEF\xBF\xBD"
+         "b\""},                                                       // never valid
+        {"\xC0\xAF", "\"\xEF\xBF\xBD\xEF\xBF\xBD\""},                  // overlong "/"
+        {"\xED\xA0\x80", "\"\xEF\xBF\xBD\xEF\xBF\xBD\xEF\xBF\xBD\""},  // a surrogate
+        {"\xE5\x8C", "\"\xEF\xBF\xBD\xEF\xBF\xBD\""},                  // cut short
+    };
+    for (const auto& [text, expected] : rows) {
+        EXPECT_EQ(index::jsonString(text), expected) << text;
+    }
+}
+
 TEST(CommandLineParsing, UsageErrorsAreNamed) {
     struct Row {
         std::vector<std::string> arguments;
@@ -71,9 +135,15 @@ TEST(CommandLineParsing, UsageErrorsAreNamed) {
         {{"scan", "--device"}, "--device needs a value"},
         {{"scan", "--device", "usb", "--country", "256", "/mnt"},
          "--country takes a number from 0 to 255: \"256\""},
+        {{"scan", "--device", "usb", "--jobs", "0", "/mnt"},
+         "--jobs takes a number from 1 to 64: \"0\""},
+        {{"scan", "--device", "usb", "--jobs=65", "/mnt"},
+         "--jobs takes a number from 1 to 64: \"65\""},
         {{"scan", "--device", "usb", "--quiet=1", "/mnt"}, "--quiet takes no value"},
+        {{"scan", "--device", "usb", "--colour", "/mnt"}, "scan does not take --colour"},
         {{"status", "--device", "usb", "--json", "/mnt"}, "status does not take --json"},
         {{"list", "--device", "usb", "/mnt"}, "list takes no operands"},
+        {{"--version", "x"}, "version takes no operands"},
     };
     for (const Row& row : rows) {
         CommandLine line;
@@ -84,12 +154,19 @@ TEST(CommandLineParsing, UsageErrorsAreNamed) {
     CommandLine line;
     std::string error;
     ASSERT_TRUE(parseCommandLine(
-        {"scan", "--country=6", "--device", "usb", "--quiet", "/a", "--", "--b"}, line, error))
+        {"scan", "--country=6", "--device", "usb", "--jobs", "3", "--quiet", "/a", "--", "--b"},
+        line, error))
         << error;
     EXPECT_EQ(line.device, "usb");
     EXPECT_EQ(line.country, 6);
+    EXPECT_EQ(line.jobs, 3u);
     EXPECT_TRUE(line.quiet);
     EXPECT_EQ(line.operands, (std::vector<std::string>{"/a", "--b"}));
+    for (const char* help : {"--help", "-h"}) {
+        CommandLine helpLine;
+        ASSERT_TRUE(parseCommandLine({help}, helpLine, error)) << error;
+        EXPECT_EQ(helpLine.command, "help");
+    }
 }
 
 }  // namespace

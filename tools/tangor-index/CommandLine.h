@@ -9,10 +9,11 @@
 namespace tangor::index {
 
 struct CommandLine {
-    std::string command;  // "scan", "list", "status", "files" or "help"
+    std::string command;  // "scan", "list", "status", "files", "help" or "version"
     std::string device;
     std::optional<int> country;
     std::optional<int> searchReading;
+    std::optional<unsigned> jobs;
     bool quiet = false;
     bool verbose = false;
     bool json = false;
@@ -24,5 +25,7 @@ bool parseCommandLine(const std::vector<std::string>& arguments, CommandLine& co
                       std::string& error);
 
 extern const char* const kUsage;
+// What --help prints after the usage: the commands, the options and the exit status.
+extern const char* const kHelp;
 
 }  // namespace tangor::index

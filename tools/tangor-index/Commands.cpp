@@ -1,20 +1,23 @@
 #include "Commands.h"
 
-#include <sys/stat.h>
 #include <tangor/database/DatabaseMgr.h>
+#include <tangor/metadata/MetaDataInfo.h>
 #include <tangor/platform/CCodeDataManager.h>
 #include <tangor/platform/log.h>
-#include <tangor/sqlstl/sqlstream.h>
 #include <unistd.h>
 
 #include <chrono>
 #include <cstdio>
 #include <ctime>
 #include <filesystem>
+#include <memory>
 #include <stdexcept>
 
+#include "FileSystem.h"
+#include "IndexDatabase.h"
 #include "IndexSql.h"
-#include "MediaStore.h"
+#include "JsonText.h"
+#include "MountPoint.h"
 #include "Progress.h"
 #include "Scanner.h"
 
@@ -68,8 +71,12 @@ void applyCoding(const CommandLine& line) {
 }
 
 bool isDirectory(const std::string& path) {
-    struct stat status {};
-    return stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+    return fileStatus(path).type == FileStatus::Type::Directory;
+}
+
+unsigned coresOnline() {
+    const long cores = sysconf(_SC_NPROCESSORS_ONLN);
+    return cores < 1 ? 1 : cores > 64 ? 64 : static_cast<unsigned>(cores);
 }
 
 // The folders above the database directory, which a demo or test build places below a folder of
@@ -81,8 +88,8 @@ void makeDatabaseParents(const std::string& device) {
 }
 
 bool databaseExists(const std::string& device) {
-    struct stat status {};
-    return stat(corvina::DatabaseMgr().getDbNameFromDevId(device).c_str(), &status) == 0;
+    const std::string path = corvina::DatabaseMgr().getDbNameFromDevId(device);
+    return fileStatus(path).type != FileStatus::Type::Missing;
 }
 
 std::string plural(std::size_t count, const char* word) {
@@ -91,70 +98,13 @@ std::string plural(std::size_t count, const char* word) {
 
 const char* audioTypeName(int audioType) {
     switch (audioType) {
-        case 0x10:
+        case corvina::MetaDataInfo::Audiobook:
             return "audiobook";
-        case 0x20:
+        case corvina::MetaDataInfo::Podcast:
             return "podcast";
         default:
             return "music";
     }
-}
-
-// The length of the valid UTF-8 sequence that starts at byte `i` (0x80 or above), or 0.
-std::size_t validSequenceLength(const std::string& text, std::size_t i) {
-    const auto byte = [&text](std::size_t at) { return static_cast<unsigned char>(text[at]); };
-    const unsigned char lead = byte(i);
-    std::size_t length = 0;
-    unsigned char secondMin = 0x80;
-    unsigned char secondMax = 0xBF;
-    if (lead >= 0xC2 && lead <= 0xDF) {
-        length = 2;
-    } else if (lead >= 0xE0 && lead <= 0xEF) {
-        length = 3;
-        secondMin = lead == 0xE0 ? 0xA0 : 0x80;  // no overlong forms
-        secondMax = lead == 0xED ? 0x9F : 0xBF;  // no surrogates
-    } else if (lead >= 0xF0 && lead <= 0xF4) {
-        length = 4;
-        secondMin = lead == 0xF0 ? 0x90 : 0x80;
-        secondMax = lead == 0xF4 ? 0x8F : 0xBF;  // nothing above U+10FFFF
-    }
-    if (length == 0 || i + length > text.size()) {
-        return 0;
-    }
-    for (std::size_t k = 1; k < length; ++k) {
-        const unsigned char low = k == 1 ? secondMin : 0x80;
-        const unsigned char high = k == 1 ? secondMax : 0xBF;
-        if (byte(i + k) < low || byte(i + k) > high) {
-            return 0;
-        }
-    }
-    return length;
-}
-
-// JSON text of UTF-8 bytes; a byte that does not belong to a valid sequence becomes U+FFFD.
-std::string jsonString(const std::string& text) {
-    std::string out = "\"";
-    for (std::size_t i = 0; i < text.size();) {
-        const unsigned char c = static_cast<unsigned char>(text[i]);
-        if (c == '"' || c == '\\') {
-            out += '\\';
-            out += static_cast<char>(c);
-            ++i;
-        } else if (c < 0x20) {
-            char escaped[8];
-            std::snprintf(escaped, sizeof escaped, "\\u%04x", c);
-            out += escaped;
-            ++i;
-        } else if (c < 0x80) {
-            out += static_cast<char>(c);
-            ++i;
-        } else {
-            const std::size_t length = validSequenceLength(text, i);
-            out += length ? text.substr(i, length) : "\xEF\xBF\xBD";
-            i += length ? length : 1;
-        }
-    }
-    return out + "\"";
 }
 
 }  // namespace
@@ -166,8 +116,10 @@ int runScan(const CommandLine& line) {
             fail(operand + ": not a directory");
             return 1;
         }
-        mountPoints.push_back(normalizedMountPoint(operand));
+        mountPoints.push_back(MountPoint(operand).path());
     }
+    ScanOptions options;
+    options.jobs = line.jobs ? *line.jobs : coresOnline();
     applyCoding(line);
     makeDatabaseParents(line.device);
     Progress progress(stderr, !line.quiet && isatty(STDERR_FILENO));
@@ -176,7 +128,7 @@ int runScan(const CommandLine& line) {
     const auto start = std::chrono::steady_clock::now();
     ScanTotals totals;
     try {
-        totals = scanDevice(line.device, mountPoints, progress);
+        totals = scanDevice(line.device, mountPoints, progress, options);
     } catch (const std::exception& error) {
         progress.printLine("tangor-index: device " + line.device +
                            ": the database cannot be used: " + error.what());
@@ -188,6 +140,11 @@ int runScan(const CommandLine& line) {
     std::printf("%s indexed (%zu read), %zu skipped, %s, %.2f s\n",
                 plural(totals.indexed, "file").c_str(), totals.written, totals.skipped,
                 plural(totals.warnings, "warning").c_str(), seconds);
+    if (totals.unreadable > 0) {
+        fail(plural(totals.unreadable, "folder or file") +
+             " could not be read (see the warnings); their stored rows were kept");
+        return 1;
+    }
     return 0;
 }
 
@@ -196,25 +153,23 @@ int runList(const CommandLine& line) {
         fail("device " + line.device + " has no database");
         return 1;
     }
-    sqlstl::sqlistream songs;
+    std::unique_ptr<IndexDatabase> database;
     try {
-        corvina::DatabaseMgr().open(line.device, songs, MediaStore::kBusyTimeoutMs);
+        database = std::make_unique<IndexDatabase>(line.device);
     } catch (const std::exception& error) {
         fail("device " + line.device + ": " + error.what());
         return 1;
     }
-    songs.query(sql::kListSongs);
-    if (songs.bad()) {
+    Statement songs(database->connection(), sql::kListSongs);
+    if (!songs.valid()) {
         fail("device " + line.device + ": the database has no track view");
         return 1;
     }
     std::printf(line.json ? "[" : "ARTIST\tALBUM\tTITLE\tTYPE\tREADING\n");
     const char* separator = "\n";
-    for (std::size_t row = 0; songs.good() && row < kMaxListedRows; ++row) {
-        std::string artist, album, title, path, artistReading, albumReading, titleReading;
-        int audioType = 0;
-        songs >> artist >> album >> title >> audioType >> path >> artistReading >> albumReading >>
-            titleReading;
+    for (std::size_t row = 0; row < kMaxListedRows && songs.next(); ++row) {
+        const std::string artist = songs.text(0), album = songs.text(1), title = songs.text(2);
+        const int audioType = static_cast<int>(songs.integer(3));
         if (line.json) {
             std::printf(
                 "%s  {\"artist\": %s, \"album\": %s, \"title\": %s, \"audioType\": %d, "
@@ -222,14 +177,13 @@ int runList(const CommandLine& line) {
                 "\"albumReading\": %s, \"titleReading\": %s}",
                 separator, jsonString(artist).c_str(), jsonString(album).c_str(),
                 jsonString(title).c_str(), audioType, audioTypeName(audioType),
-                jsonString(path).c_str(), jsonString(artistReading).c_str(),
-                jsonString(albumReading).c_str(), jsonString(titleReading).c_str());
+                jsonString(songs.text(4)).c_str(), jsonString(songs.text(5)).c_str(),
+                jsonString(songs.text(6)).c_str(), jsonString(songs.text(7)).c_str());
             separator = ",\n";
         } else {
             std::printf("%s\t%s\t%s\t%s\t%s\n", artist.c_str(), album.c_str(), title.c_str(),
-                        audioTypeName(audioType), titleReading.c_str());
+                        audioTypeName(audioType), songs.text(7).c_str());
         }
-        songs.step();
     }
     if (line.json) {
         std::printf(*separator == '\n' ? "]\n" : "\n]\n");
@@ -242,7 +196,7 @@ int runStatus(const CommandLine& line) {
         fail("device " + line.device + " has no database");
         return 1;
     }
-    const std::string mountPoint = normalizedMountPoint(line.operands.front());
+    const std::string mountPoint = MountPoint(line.operands.front()).path();
     try {
         const std::string status = corvina::DatabaseMgr().getStatus(line.device, mountPoint);
         if (status.empty()) {

@@ -4,18 +4,14 @@
 
 #include <algorithm>
 #include <cctype>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <memory>
+
+#include "FileSystem.h"
 
 namespace tangor::index {
 
 namespace {
-
-struct FileCloser {
-    void operator()(std::FILE* file) const noexcept { std::fclose(file); }
-};
 
 std::string trimmed(const std::string& text) {
     const char* spaces = " \t\r\n";
@@ -24,13 +20,6 @@ std::string trimmed(const std::string& text) {
         return "";
     }
     return text.substr(first, text.find_last_not_of(spaces) - first + 1);
-}
-
-std::string asciiLowered(std::string text) {
-    for (char& c : text) {
-        c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-    }
-    return text;
 }
 
 bool startsWith(const std::string& text, const char* prefix) {
@@ -91,12 +80,11 @@ bool isPls(const std::string& path) {
 
 bool readPlaylistEntries(const std::string& path, std::vector<std::string>& entries,
                          const PlaylistLimits& limits) {
-    const std::unique_ptr<std::FILE, FileCloser> file(std::fopen(path.c_str(), "rb"));
-    if (!file) {
+    std::string content;
+    int error = 0;
+    if (!readFileStart(path, limits.maxBytes, content, error)) {
         return false;
     }
-    std::string content(limits.maxBytes, '\0');
-    content.resize(std::fread(content.data(), 1, content.size(), file.get()));
     if (startsWith(content, "\xEF\xBB\xBF")) {
         content.erase(0, 3);
     }
@@ -164,32 +152,6 @@ bool joinEntry(const std::string& folder, const std::string& entry, std::string&
         relative += relative.empty() ? part : "/" + part;
     }
     return true;
-}
-
-TrackResolver::TrackResolver(const std::string& mountPoint,
-                             const std::vector<std::string>& relativePaths)
-    : mountPrefix_(mountPoint == "/" ? mountPoint : mountPoint + "/") {
-    exact_.reserve(relativePaths.size());
-    folded_.reserve(relativePaths.size());
-    for (const std::string& path : relativePaths) {
-        exact_.emplace(path, &path);
-        folded_.emplace(asciiLowered(path), &path);  // the first of equal foldings wins
-    }
-}
-
-const std::string* TrackResolver::resolve(const std::string& playlistFolder,
-                                          const std::string& entry) const {
-    std::string relative;
-    const bool underMountPoint = mountPrefix_ != "/" && startsWith(entry, mountPrefix_.c_str());
-    const std::string named = underMountPoint ? entry.substr(mountPrefix_.size() - 1) : entry;
-    if (!joinEntry(playlistFolder, named, relative)) {
-        return nullptr;
-    }
-    if (const auto found = exact_.find(relative); found != exact_.end()) {
-        return found->second;
-    }
-    const auto folded = folded_.find(asciiLowered(relative));
-    return folded == folded_.end() ? nullptr : folded->second;
 }
 
 }  // namespace tangor::index

@@ -1,7 +1,8 @@
 #pragma once
 
-// What the user sees of a scan: a progress bar on a terminal (files done and to do, rate, time
-// left), warnings and notices as lines of their own.
+// What the user sees of a scan: a progress line on a terminal (the partition, files read, rate),
+// warnings and notices as lines of their own. The walk streams, so the number of files to read is
+// not known beforehand.
 
 #include <chrono>
 #include <cstdio>
@@ -13,19 +14,19 @@ namespace tangor::index {
 
 class Progress : public ScanObserver {
 public:
-    // `bar`: draw the bar (standard error is a terminal and the user wants it).
+    // `bar`: draw the progress line (standard error is a terminal and the user wants it).
     Progress(std::FILE* output, bool bar);
     ~Progress() override;
 
-    void partitionStarted(const std::string& mountPoint, std::size_t toRead) override;
+    void partitionStarted(const std::string& mountPoint) override;
     void fileDone() override;
     void warning(const std::string& message) override;
     void notice(const std::string& message) override;
 
-    // Takes the bar off the screen.
+    // Takes the line off the screen.
     void finish() { clear(); }
 
-    // Prints a line of its own, clearing the bar first and drawing it again after.
+    // Prints a line of its own, clearing the progress line first and drawing it again after.
     void printLine(const std::string& line);
 
 private:
@@ -37,7 +38,6 @@ private:
     bool bar_;
     bool drawn_ = false;
     std::string mountPoint_;
-    std::size_t total_ = 0;
     std::size_t done_ = 0;
     Clock::time_point start_;
     Clock::time_point lastDraw_;

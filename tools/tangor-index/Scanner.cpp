@@ -1,61 +1,34 @@
 #include "Scanner.h"
 
-#include <sys/stat.h>
-#include <tangor/coding/CodingManager.h>
 #include <tangor/database/DatabaseMgr.h>
-#include <tangor/metadata/Md5.h>
-#include <tangor/metadata/MetaDataInfo.h>
-#include <tangor/phonetic/phonetic.h>
 
-#include <optional>
-#include <set>
-#include <stdexcept>
-#include <unordered_map>
-
-#include "MediaStore.h"
-#include "Playlist.h"
-#include "TagReader.h"
+#include "DirectoryMerge.h"
+#include "IndexDatabase.h"
+#include "PlaylistStage.h"
+#include "RecordBuilder.h"
+#include "SongComparison.h"
+#include "TagReadWindow.h"
+#include "WriteBatch.h"
 
 namespace tangor::index {
 
 namespace {
 
-const char* const kStatusScanning = "SCANNING";
-const char* const kStatusDone = "DONE";
-
-std::string parentOf(const std::string& relative) {
-    const std::size_t slash = relative.rfind('/');
-    return slash == std::string::npos ? "" : relative.substr(0, slash);
-}
-
-std::string lastComponent(const std::string& path) {
-    const std::size_t slash = path.rfind('/');
-    return slash == std::string::npos || path.size() == 1 ? path : path.substr(slash + 1);
-}
-
-std::string withoutExtension(const std::string& name) {
-    const std::size_t dot = name.rfind('.');
-    return dot == std::string::npos || dot == 0 ? name : name.substr(0, dot);
-}
-
-bool isValidationFailure(const std::runtime_error& error) {
-    const std::string what = error.what();
-    return what == "COULD NOT GET DB VERSION" || what == "COULD NOT GET DB CODING" ||
-           what == "COULD NOT RECREATE DB";
-}
+// Items the window holds per reading thread: enough to keep each busy while the writer catches up.
+constexpr std::size_t kWindowPerJob = 32;
 
 // Marks the partitions present, first to last. A database that cannot be validated is deleted
 // and the set-up starts again once, so that no partition set up before it is lost.
-void setUpDatabase(const std::string& devId, const std::vector<std::string>& mountPoints,
+void setUpDatabase(const std::string& devId, const std::vector<MountPoint>& mountPoints,
                    ScanObserver& observer) {
     for (int attempt = 0;; ++attempt) {
         try {
             for (std::size_t i = 0; i < mountPoints.size(); ++i) {
-                corvina::DatabaseMgr().createDb(devId, mountPoints[i], i == 0);
+                corvina::DatabaseMgr().createDb(devId, mountPoints[i].path(), i == 0);
             }
             return;
-        } catch (const std::runtime_error& error) {
-            if (attempt > 0 || !isValidationFailure(error)) {
+        } catch (const corvina::DbValidationError& error) {
+            if (attempt > 0) {
                 throw;
             }
             observer.notice("the database of device " + devId + " cannot be validated (" +
@@ -65,366 +38,173 @@ void setUpDatabase(const std::string& devId, const std::vector<std::string>& mou
     }
 }
 
-// The reading engine for the scan's lifetime, on the markets that have readings.
-class Readings {
-public:
-    Readings() : code_(corvina::CodingManager::getCountryCode()) {
-        if (usesEngine()) {
-            init_lib(&iWnn, code_);
-        }
-    }
-    ~Readings() {
-        if (usesEngine()) {
-            free_dic(&iWnn);
-        }
-    }
-    Readings(const Readings&) = delete;
-    Readings& operator=(const Readings&) = delete;
-
-    bool wanted() const { return usesEngine() || code_ == COUNTRY_JAPAN; }
-
-private:
-    bool usesEngine() const { return code_ == COUNTRY_CHINA || code_ == COUNTRY_TAIWAN; }
-    CountryCode code_;
-};
-
 class PartitionScan {
 public:
-    PartitionScan(const std::string& devId, const std::string& mountPoint, MediaStore& store,
-                  ScanObserver& observer, const ScanOptions& options, bool readings,
+    PartitionScan(IndexDatabase& database, const MountPoint& mountPoint,
+                  const RecordBuilder& records, ScanObserver& observer, const ScanOptions& options,
                   ScanTotals& totals)
-        : mountPoint_(mountPoint),
-          partitionId_(corvina::Md5(corvina::Md5::Directory, mountPoint).value),
-          store_(store),
+        : database_(database),
+          mountPoint_(mountPoint),
+          records_(records),
           observer_(observer),
           options_(options),
-          readings_(readings),
-          totals_(totals),
-          previousStatus_(corvina::DatabaseMgr().getStatus(devId, mountPoint)) {}
+          totals_(totals) {}
 
     void run() {
-        listing_ = walkPartition(mountPoint_, options_.limits);
-        reportWalkProblems();
-        indexTracks();
-        deleteGoneTracks();
-        updateDirectories();
-        updatePlaylists();
-        finish();
+        const std::string previous = database_.status(mountPoint_.path());
+        observer_.partitionStarted(mountPoint_.path());
+        auto warn = [this](const std::string& message) { this->warn(message); };
+        WriteBatch batch(database_, mountPoint_, options_.filesPerTransaction, warn);
+        DirectoryMerge directories(database_, mountPoint_, batch, warn);
+        PlaylistStage playlists(database_, mountPoint_, batch, warn, options_.playlists);
+        PartitionWalk walk(mountPoint_, options_.limits);
+        SongComparison comparison(mountPoint_, walk, database_.storedSongs(mountPoint_),
+                                  [this](const WalkEntry& entry) { unreadable(entry); });
+        {
+            const unsigned jobs = options_.jobs > 1 ? options_.jobs : 0;
+            TagReadWindow window(mountPoint_, kWindowPerJob * (jobs ? jobs : 1), jobs);
+            Stages stages{batch, directories, playlists};
+            // Each round moves one item through; the walk's limits bound the rounds.
+            for (;;) {
+                fill(window, comparison);
+                if (window.empty()) {
+                    break;
+                }
+                apply(window.pop(), stages);
+            }
+        }
+        directories.finish();
+        reportLimits(walk);
+        playlists.finish(tracksChanged_ || previous != kStatusDone);
+        batch.finish(comparison.incomplete() ? kStatusIncomplete : kStatusDone, previous);
     }
 
 private:
-    std::string absolute(const std::string& relative) const {
-        if (relative.empty()) {
-            return mountPoint_;
-        }
-        return mountPoint_ == "/" ? "/" + relative : mountPoint_ + "/" + relative;
-    }
-
-    bool interrupted() const { return previousStatus_ != kStatusDone; }
+    struct Stages {
+        WriteBatch& batch;
+        DirectoryMerge& directories;
+        PlaylistStage& playlists;
+    };
 
     void warn(const std::string& message) {
         ++totals_.warnings;
         observer_.warning(message);
     }
 
-    // The first write of a scan marks the partition as being scanned; a scan that finds nothing
-    // to change writes nothing.
-    void startWriting() {
-        if (!statusWritten_) {
-            store_.writeStatus(mountPoint_, kStatusScanning);
-            statusWritten_ = true;
-        }
-        store_.begin();
+    void unreadable(const WalkEntry& entry) {
+        ++totals_.unreadable;
+        warn(mountPoint_.absolute(entry.relativePath) + ": " + entry.problem +
+             "; its rows are kept");
     }
 
-    void wrote() {
-        if (++writesInTransaction_ >= options_.filesPerTransaction) {
-            commit();
-        }
-    }
-
-    void commit() {
-        writesInTransaction_ = 0;
-        if (!store_.commit()) {
-            warn(mountPoint_ + ": a transaction failed and was rolled back (" + store_.lastError() +
-                 "); the next scan writes its files again");
-        }
-    }
-
-    void finish() {
-        commit();
-        if (statusWritten_ || interrupted()) {
-            store_.writeStatus(mountPoint_, kStatusDone);
-        }
-    }
-
-    void reportWalkProblems() {
-        for (const std::string& directory : listing_.unreadableDirectories) {
-            warn(absolute(directory) + ": directory cannot be read");
-        }
-        if (listing_.truncated) {
-            ++totals_.skipped;
-            warn(mountPoint_ + ": too many files or directories too deep; the rest is skipped");
-        }
-    }
-
-    std::size_t filesToRead() const {
-        std::size_t count = 0;
-        for (const FoundFile& file : listing_.audioFiles) {
-            const auto stored = storedSongs_.find(absolute(file.relativePath));
-            count +=
-                stored == storedSongs_.end() || stored->second.lastModified != file.lastModified;
-        }
-        return count;
-    }
-
-    void indexTracks() {
-        storedSongs_ = store_.loadSongs(partitionId_);
-        observer_.partitionStarted(mountPoint_, filesToRead());
-        for (const FoundFile& file : listing_.audioFiles) {
-            const std::string path = absolute(file.relativePath);
-            const auto stored = storedSongs_.find(path);
-            if (stored != storedSongs_.end() && stored->second.lastModified == file.lastModified) {
-                keepTrack(file.relativePath, stored->second.audioType);
-                storedSongs_.erase(stored);
-                continue;
+    void fill(TagReadWindow& window, SongComparison& comparison) {
+        ScanItem item;
+        while (!window.full() && comparison.next(item)) {
+            if (item.action == ScanItem::Action::Read) {
+                observer_.fileStarting(mountPoint_.absolute(item.relativePath));
             }
-            std::optional<StoredSong> old;
-            if (stored != storedSongs_.end()) {
-                old = stored->second;
-                storedSongs_.erase(stored);
-            }
-            observer_.fileStarting(path);
-            indexTrack(file, path, old ? &*old : nullptr);
-            observer_.fileDone();
+            window.push(std::move(item));
         }
     }
 
-    void keepTrack(const std::string& relative, int audioType) {
-        trackPaths_.push_back(relative);
-        audioTypes_.emplace(relative, audioType);
-        ++totals_.indexed;
+    void apply(const ScanItem& item, Stages& stages) {
+        switch (item.action) {
+            case ScanItem::Action::Keep:
+                stages.directories.fileIndexed(item.relativePath);
+                ++totals_.indexed;
+                break;
+            case ScanItem::Action::Delete:
+                deleteTrack(item, stages.batch, "row of a file that is gone cannot be deleted");
+                stages.batch.fileWritten();
+                break;
+            case ScanItem::Action::Playlist:
+                stages.directories.fileIndexed(item.relativePath);
+                if (!stages.playlists.found(item.relativePath, item.lastModified)) {
+                    ++totals_.skipped;
+                    warn(mountPoint_.absolute(item.relativePath) +
+                         ": playlist left out, the partition has too many");
+                }
+                break;
+            case ScanItem::Action::Read:
+                writeTrack(item, stages);
+                break;
+        }
     }
 
-    void indexTrack(const FoundFile& file, const std::string& path, const StoredSong* stored) {
-        Tags tags;
-        const TagResult result = readTags(path, tags);
-        if (result == TagResult::Vanished) {
+    void deleteTrack(const ScanItem& item, WriteBatch& batch, const char* failure) {
+        batch.write();
+        tracksChanged_ = true;
+        if (!database_.deleteSong(item.storedId)) {
+            warn(mountPoint_.absolute(item.relativePath) + ": " + failure + ": " +
+                 database_.lastError());
+        }
+    }
+
+    void writeTrack(const ScanItem& item, Stages& stages) {
+        const std::string path = mountPoint_.absolute(item.relativePath);
+        if (item.tagResult == TagResult::Vanished) {
             ++totals_.skipped;
-            if (stored) {
-                storedSongs_.emplace(path, *stored);  // deleted with the other gone files
+            if (item.storedId != 0) {
+                deleteTrack(item, stages.batch, "row of a file that is gone cannot be deleted");
             }
             return;
         }
-        if (result == TagResult::Unreadable) {
+        if (item.tagResult == TagResult::Unreadable) {
             warn(path + ": tags cannot be read; indexed from its name");
         }
-        corvina::MetaDataInfo record(path, mountPoint_, trimmed(tags.title), trimmed(tags.artist),
-                                     trimmed(tags.album), trimmed(tags.genre),
-                                     trimmed(tags.composer), tags.trackNumber, tags.discNumber,
-                                     static_cast<long>(file.lastModified));
-        if (readings_) {
-            record.setAsianFields();
+        const corvina::MetaDataInfo record =
+            records_.build(mountPoint_, item.relativePath, item.tags, item.lastModified);
+        if (item.storedId != 0) {
+            deleteTrack(item, stages.batch, "old row cannot be deleted");
         }
-        startWriting();
+        stages.batch.write();
         tracksChanged_ = true;
-        if (stored && !store_.deleteSong(stored->id)) {
-            warn(path + ": old row cannot be deleted: " + store_.lastError());
+        if (!database_.insertSong(record, item.lastModified)) {
+            warn(path + ": cannot be written: " + database_.lastError());
+        } else {
+            stages.directories.fileIndexed(item.relativePath);
+            ++totals_.indexed;
+            ++totals_.written;
         }
-        if (!store_.insertSong(record)) {
-            warn(path + ": cannot be written: " + store_.lastError());
-            return;
-        }
-        keepTrack(file.relativePath, record.audioType);
-        ++totals_.written;
-        wrote();
+        observer_.fileDone();
+        stages.batch.fileWritten();
     }
 
-    static corvina::StrippedValue trimmed(const std::string& tag) {
-        return corvina::trim(tag.data(), static_cast<unsigned>(tag.size()));
-    }
-
-    // What is left of the stored songs was not found on the partition.
-    void deleteGoneTracks() {
-        for (const auto& [path, song] : storedSongs_) {
-            startWriting();
-            tracksChanged_ = true;
-            if (!store_.deleteSong(song.id)) {
-                warn(path +
-                     ": row of a file that is gone cannot be deleted: " + store_.lastError());
-            }
-            wrote();
+    void reportLimits(const PartitionWalk& walk) {
+        if (walk.truncated()) {
+            ++totals_.skipped;
+            warn(mountPoint_.path() +
+                 ": too many files, or folders too deep or too full; the rest is skipped");
         }
     }
 
-    void updateDirectories() {
-        std::set<std::string> wanted;  // sorted: a parent before its children
-        auto addWithParents = [&wanted](const std::string& filePath) {
-            std::string directory = filePath;
-            do {
-                directory = parentOf(directory);
-            } while (wanted.insert(directory).second && !directory.empty());
-        };
-        for (const std::string& track : trackPaths_) {
-            addWithParents(track);
-        }
-        for (const FoundFile& playlist : listing_.playlists) {
-            addWithParents(playlist.relativePath);
-        }
-        std::unordered_map<std::string, std::int64_t> stored = store_.loadDirectories(partitionId_);
-        for (const std::string& directory : wanted) {
-            if (stored.erase(absolute(directory)) == 0) {
-                insertDirectory(directory);
-            }
-        }
-        for (const auto& [path, id] : stored) {
-            startWriting();
-            if (!store_.deleteDirectory(id)) {
-                warn(path + ": directory row cannot be deleted: " + store_.lastError());
-            }
-        }
-    }
-
-    void insertDirectory(const std::string& relative) {
-        const std::string path = absolute(relative);
-        const std::string parentId =
-            relative.empty()
-                ? partitionId_
-                : corvina::Md5(corvina::Md5::Directory, absolute(parentOf(relative))).value;
-        startWriting();
-        if (!store_.insertDirectory(partitionId_, path, lastComponent(path),
-                                    corvina::Md5(corvina::Md5::Directory, path).value, parentId)) {
-            warn(path + ": directory row cannot be written: " + store_.lastError());
-        }
-    }
-
-    void updatePlaylists() {
-        auto stored = store_.loadPlaylists(partitionId_);
-        const TrackResolver resolver(mountPoint_, trackPaths_);
-        for (const FoundFile& playlist : listing_.playlists) {
-            const std::string path = absolute(playlist.relativePath);
-            const auto rows = stored.find(path);
-            const bool unchanged =
-                rows != stored.end() && rows->second.front().lastModified == playlist.lastModified;
-            if (unchanged && !tracksChanged_ && !interrupted()) {
-                stored.erase(rows);
-                continue;
-            }
-            std::vector<std::string> entries;
-            if (!readPlaylistEntries(path, entries)) {
-                struct stat status {};
-                if (stat(path.c_str(), &status) == 0) {
-                    warn(path + ": playlist cannot be read");
-                    if (rows != stored.end()) {
-                        stored.erase(rows);  // its rows stay as they were
-                    }
-                }
-                continue;
-            }
-            std::vector<PlaylistEntry> resolved = resolve(resolver, playlist.relativePath, entries);
-            const std::vector<StoredPlaylistEntry> noRows;
-            const auto& old = rows == stored.end() ? noRows : rows->second;
-            if (!same(old, resolved, playlist.lastModified)) {
-                replacePlaylist(path, old, resolved, playlist.lastModified);
-            }
-            if (rows != stored.end()) {
-                stored.erase(rows);
-            }
-        }
-        for (const auto& [path, rows] : stored) {
-            replacePlaylist(path, rows, {}, 0);
-        }
-    }
-
-    std::vector<PlaylistEntry> resolve(const TrackResolver& resolver, const std::string& relative,
-                                       const std::vector<std::string>& entries) const {
-        std::vector<PlaylistEntry> resolved;
-        const std::string folder = parentOf(relative);
-        for (const std::string& entry : entries) {
-            if (const std::string* track = resolver.resolve(folder, entry)) {
-                const std::string trackPath = absolute(*track);
-                resolved.push_back({trackPath, corvina::Md5(corvina::Md5::Track, trackPath).value,
-                                    audioTypes_.at(*track)});
-            }
-        }
-        return resolved;
-    }
-
-    static bool same(const std::vector<StoredPlaylistEntry>& stored,
-                     const std::vector<PlaylistEntry>& resolved, std::int64_t lastModified) {
-        if (stored.size() != resolved.size()) {
-            return false;
-        }
-        for (std::size_t i = 0; i < stored.size(); ++i) {
-            if (stored[i].trackPath != resolved[i].trackPath ||
-                stored[i].trackId != resolved[i].trackId ||
-                stored[i].audioType != resolved[i].audioType ||
-                stored[i].lastModified != lastModified) {
-                return false;
-            }
-        }
-        return true;
-    }
-
-    void replacePlaylist(const std::string& path, const std::vector<StoredPlaylistEntry>& old,
-                         const std::vector<PlaylistEntry>& resolved, std::int64_t lastModified) {
-        startWriting();
-        bool ok = true;
-        for (const StoredPlaylistEntry& row : old) {
-            ok = store_.deletePlaylistEntry(row.id) && ok;
-        }
-        const std::string id = corvina::Md5(corvina::Md5::Playlist, path).value;
-        const std::string name = withoutExtension(lastComponent(path));
-        for (const PlaylistEntry& entry : resolved) {
-            ok =
-                store_.insertPlaylistEntry(partitionId_, path, id, name, entry, lastModified) && ok;
-        }
-        if (!ok) {
-            warn(path + ": playlist rows cannot be written: " + store_.lastError());
-        }
-    }
-
-    const std::string& mountPoint_;
-    const std::string partitionId_;
-    MediaStore& store_;
+    IndexDatabase& database_;
+    const MountPoint& mountPoint_;
+    const RecordBuilder& records_;
     ScanObserver& observer_;
     const ScanOptions& options_;
-    const bool readings_;
     ScanTotals& totals_;
-    const std::string previousStatus_;  // "DONE" unless the last scan was cut short
-
-    PartitionListing listing_;
-    std::unordered_map<std::string, StoredSong> storedSongs_;  // not yet matched to a file
-    std::vector<std::string> trackPaths_;                      // relative, in the index
-    std::unordered_map<std::string, int> audioTypes_;          // by relative path
     bool tracksChanged_ = false;
-    bool statusWritten_ = false;
-    std::size_t writesInTransaction_ = 0;
 };
 
 }  // namespace
 
-std::string normalizedMountPoint(const std::string& mountPoint) {
-    const std::size_t end = mountPoint.find_last_not_of('/');
-    return end == std::string::npos ? mountPoint.substr(0, 1) : mountPoint.substr(0, end + 1);
-}
-
-ScanTotals scanDevice(const std::string& devId, const std::vector<std::string>& mountPoints,
+ScanTotals scanDevice(const std::string& devId, const std::vector<std::string>& mountPointPaths,
                       ScanObserver& observer, const ScanOptions& options) {
-    if (mountPoints.empty()) {
+    if (mountPointPaths.empty()) {
         return {};
     }
+    const std::vector<MountPoint> mountPoints(mountPointPaths.begin(), mountPointPaths.end());
     setUpDatabase(devId, mountPoints, observer);
-    const Readings readings;
+    const RecordBuilder records;
     ScanTotals totals;
     {
-        MediaStore store(devId);
-        for (const std::string& mountPoint : mountPoints) {
-            PartitionScan(devId, mountPoint, store, observer, options, readings.wanted(), totals)
-                .run();
+        IndexDatabase database(devId);
+        for (const MountPoint& mountPoint : mountPoints) {
+            PartitionScan(database, mountPoint, records, observer, options, totals).run();
         }
     }
-    corvina::DatabaseMgr().removeDanglingPartitions(devId, mountPoints.front());
+    corvina::DatabaseMgr().removeDanglingPartitions(devId, mountPoints.front().path());
     corvina::DatabaseMgr().sync(devId);
     return totals;
 }

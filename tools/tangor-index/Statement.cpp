@@ -30,21 +30,19 @@ void Statement::bind(int index, std::int64_t value) {
 }
 
 void Statement::bindBytes(int index, const char* text) {
-    bindBytes(statement_.get(), index, text);
-}
-
-int Statement::bindBytes(sqlite3_stmt* statement, int index, const char* text) {
     if (text == nullptr) {
-        return sqlite3_bind_null(statement, index);
+        sqlite3_bind_null(statement_.get(), index);
+        return;
     }
-    return sqlite3_bind_blob(statement, index, text, static_cast<int>(std::strlen(text)),
-                             SQLITE_TRANSIENT);
+    sqlite3_bind_blob(statement_.get(), index, text, static_cast<int>(std::strlen(text)),
+                      SQLITE_TRANSIENT);
 }
 
 bool Statement::next() {
     if (!statement_) {
         return false;
     }
+    error_.clear();
     const int rc = sqlite3_step(statement_.get());
     if (rc == SQLITE_ROW) {
         return true;
@@ -67,6 +65,12 @@ bool Statement::run() {
     }
     sqlite3_reset(statement_.get());
     return !failed();
+}
+
+void Statement::reset() {
+    if (statement_) {
+        sqlite3_reset(statement_.get());
+    }
 }
 
 std::string Statement::text(int column) const {

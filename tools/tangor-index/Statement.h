@@ -1,7 +1,7 @@
 #pragma once
 
-// A prepared statement on a connection that someone else owns, for the statements that the
-// statement streams cannot carry: 64-bit integers, blobs and reading rows with parameters.
+// The indexer's one prepared-statement wrapper, on a connection that IndexDatabase owns. Binding
+// copies the values, so they may go away before the step.
 
 #include <sqlite3.h>
 
@@ -20,20 +20,21 @@ public:
     bool valid() const { return statement_ != nullptr; }
     const std::string& error() const { return error_; }
 
-    // Binders, by 1-based index. A null text binds NULL; texts are copied, so they may go away
-    // before the step.
+    // Binders, by 1-based index. A null text binds NULL.
     void bind(int index, const std::string& text);
     void bind(int index, const char* text);
     void bind(int index, std::int64_t value);
-    // The bytes of `text` without its terminator, or NULL when `text` is null.
+    void bind(int index, int value) { bind(index, static_cast<std::int64_t>(value)); }
+    // The bytes of `text` without its terminator, as a blob, or NULL when `text` is null.
     void bindBytes(int index, const char* text);
-    static int bindBytes(sqlite3_stmt* statement, int index, const char* text);
 
-    // Runs to the next row: true while there is one. Errors end it like the last row does; they
-    // are kept in error() and in failed().
+    // Runs to the next row: true while there is one. An error ends it like the last row does; it
+    // is kept in error() and failed().
     bool next();
     // Runs a statement that yields no row and makes it ready to run again; false on an error.
     bool run();
+    // Makes a statement that was stopped before its end ready to run again.
+    void reset();
     bool failed() const { return !error_.empty(); }
 
     std::string text(int column) const;

@@ -1,6 +1,5 @@
 #include "TagReader.h"
 
-#include <sys/stat.h>
 #include <taglib/fileref.h>
 #include <taglib/flacfile.h>
 #include <taglib/id3v2tag.h>
@@ -14,6 +13,8 @@
 
 #include <climits>
 #include <cstdlib>
+
+#include "FileSystem.h"
 
 namespace tangor::index {
 
@@ -103,8 +104,9 @@ TagResult readTags(const std::string& path, Tags& tags) {
     // Audio properties are not needed, and reading them costs a scan of the stream.
     const TagLib::FileRef file(path.c_str(), false);
     if (file.isNull() || !file.file()->isValid() || file.tag() == nullptr) {
-        struct stat status {};
-        return stat(path.c_str(), &status) == 0 ? TagResult::Unreadable : TagResult::Vanished;
+        // statx, not stat: a 32-bit stat fails on a file of 2 GiB or more as if it were gone.
+        const bool gone = fileStatus(path).type == FileStatus::Type::Missing;
+        return gone ? TagResult::Vanished : TagResult::Unreadable;
     }
     const TagLib::Tag& tag = *file.tag();
     tags.title = tag.title().to8Bit(true);

@@ -1,6 +1,7 @@
 #pragma once
 
-// Reads the tags the index keeps from an audio file, with TagLib.
+// The tag stage: reads the tags the index keeps from an audio file, with TagLib. Safe on several
+// threads at once, each reading its own file.
 
 #include <string>
 

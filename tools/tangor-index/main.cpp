@@ -8,6 +8,10 @@
 #include "CommandLine.h"
 #include "Commands.h"
 
+#ifndef TANGOR_VERSION
+#define TANGOR_VERSION "unknown"
+#endif
+
 int main(int argc, char** argv) {
     using namespace tangor::index;
     const std::vector<std::string> arguments(argv + 1, argv + argc);
@@ -29,6 +33,10 @@ int main(int argc, char** argv) {
     if (commandLine.command == "files") {
         return runFiles();
     }
-    std::fputs(kUsage, stdout);
+    if (commandLine.command == "version") {
+        std::printf("tangor-index %s\n", TANGOR_VERSION);
+        return 0;
+    }
+    std::printf("%s%s", kUsage, kHelp);
     return 0;
 }

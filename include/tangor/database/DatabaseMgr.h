@@ -6,8 +6,10 @@
 // Error contract: an operation whose database cannot be opened logs warn "error opening db: %s" and
 // throws std::runtime_error("cannot open db"); the validation of createDb throws
 // "COULD NOT GET DB VERSION", "COULD NOT GET DB CODING" or "COULD NOT RECREATE DB"; nothing in the
-// library catches. Failed insertions are only logged (by the statement streams); failed file
-// operations (unlink, mkdir, fsync, fchmod) are logged or ignored, never thrown.
+// library catches. The three validation texts come as DbValidationError, a std::runtime_error, so a
+// caller can tell a file to make anew from one it cannot open. Failed insertions are only logged
+// (by the statement streams); failed file operations (unlink, mkdir, fsync, fchmod) are logged or
+// ignored, never thrown.
 //
 // DatabaseMgr keeps no state: any instance, a temporary included, serves, and every connection it
 // opens is closed before the operation returns.
@@ -19,6 +21,7 @@
 #include <sys/types.h>
 
 #include <ctime>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -26,6 +29,17 @@
 #include <tangor/sqlstl/sqlstream.h>
 
 namespace corvina {
+
+// The busy timeout of every connection the library opens, in milliseconds.
+inline constexpr int dbBusyTimeoutMs = 3600000;
+
+// A database file that could not be validated ("COULD NOT GET DB VERSION", "COULD NOT GET DB
+// CODING", "COULD NOT RECREATE DB"); what() is that text.
+class TANGOR_EXPORT DbValidationError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+    ~DbValidationError() override;
+};
 
 class TANGOR_EXPORT DatabaseMgr {
 public:

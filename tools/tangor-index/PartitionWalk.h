@@ -1,0 +1,68 @@
+#pragma once
+
+// The walk stage: the audio files and playlists of a partition, one at a time, in path order
+// (comparePaths: each folder's entries sorted by name, everything below a folder right after it).
+// Only the folders on the way down from the mount point are held, so memory does not grow with the
+// partition. Hidden entries are skipped and a link to a folder is never followed, so a link loop
+// cannot trap the walk; a link to a file counts as the file.
+//
+// Every folder or entry that cannot be read comes out as an Unreadable entry naming it, with the
+// reason, in its place in the order: what is stored below it must be kept, not taken for gone.
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "FileSystem.h"
+#include "MountPoint.h"
+
+namespace tangor::index {
+
+struct WalkLimits {
+    std::size_t maxFiles = 1000000;          // audio files and playlists together
+    int maxDepth = 64;                       // folders below the mount point
+    std::size_t maxFolderEntries = 1000000;  // entries of one folder
+};
+
+enum class FileKind { Other, Audio, Playlist };
+
+// Tells the kind from the extension, in any letter case.
+FileKind kindOfName(const std::string& name);
+
+struct WalkEntry {
+    enum class Kind { Audio, Playlist, Unreadable };
+    Kind kind = Kind::Audio;
+    std::string relativePath;
+    std::int64_t lastModified = 0;  // seconds since the epoch, 64 bits on every target
+    std::string problem;            // Unreadable: why
+};
+
+class PartitionWalk {
+public:
+    PartitionWalk(const MountPoint& mountPoint, const WalkLimits& limits = {});
+    ~PartitionWalk();
+    PartitionWalk(const PartitionWalk&) = delete;
+    PartitionWalk& operator=(const PartitionWalk&) = delete;
+
+    // The next entry; false at the end.
+    bool next(WalkEntry& entry);
+
+    // A limit stopped the walk or cut a folder short: what lies beyond was not seen.
+    bool truncated() const { return truncated_; }
+
+private:
+    struct Folder;
+    bool enter(int parent, const char* name, const std::string& relative, int depth,
+               WalkEntry& problem);
+    bool visit(Folder& folder, const FolderEntry& item, WalkEntry& entry);
+
+    const MountPoint mountPoint_;
+    const WalkLimits limits_;
+    std::vector<std::unique_ptr<Folder>> stack_;
+    std::size_t files_ = 0;
+    bool truncated_ = false;
+    bool started_ = false;
+};
+
+}  // namespace tangor::index

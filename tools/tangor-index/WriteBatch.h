@@ -1,0 +1,55 @@
+#pragma once
+
+// The write stage's transactions for one partition. Nothing is written until the first write:
+// that begins a transaction and marks the partition "SCANNING" in it. Every `filesPerCommit`
+// files (fewer for the first batch, so that the first rows show soon) the batch commits and a
+// new transaction begins at the next write. finish() commits the rest with the final status. An
+// exception that leaves the scan rolls back what was not committed, and the partition stays
+// "SCANNING" for the next scan to complete.
+
+#include <cstddef>
+#include <functional>
+#include <string>
+
+#include "IndexDatabase.h"
+
+namespace tangor::index {
+
+inline constexpr const char* kStatusScanning = "SCANNING";
+inline constexpr const char* kStatusDone = "DONE";
+// The walk could not read some folders or files; their stored rows were kept.
+inline constexpr const char* kStatusIncomplete = "INCOMPLETE";
+
+class WriteBatch {
+public:
+    // `warn` receives the failures of commits and status writes.
+    WriteBatch(IndexDatabase& database, const MountPoint& mountPoint, std::size_t filesPerCommit,
+               std::function<void(const std::string&)> warn);
+    ~WriteBatch();
+    WriteBatch(const WriteBatch&) = delete;
+    WriteBatch& operator=(const WriteBatch&) = delete;
+
+    // Before every write: begins a transaction where none is open.
+    void write();
+    // After a file's rows are written: commits when the batch is full.
+    void fileWritten();
+    // Commits what is open; the status is written (in the same transaction) when anything was
+    // written in this scan or `status` differs from `previous`.
+    void finish(const char* status, const std::string& previous);
+
+    bool wroteAnything() const { return started_; }
+
+private:
+    void commit();
+
+    IndexDatabase& database_;
+    const MountPoint& mountPoint_;
+    const std::size_t filesPerCommit_;
+    std::function<void(const std::string&)> warn_;
+    std::size_t filesInBatch_ = 0;
+    std::size_t batchSize_;
+    bool open_ = false;
+    bool started_ = false;
+};
+
+}  // namespace tangor::index
