@@ -12,7 +12,11 @@ function(run)
   endif()
 endfunction()
 
-run(${CMAKE_COMMAND} --install "${TANGOR_BUILD_DIR}" --prefix "${PREFIX}")
+# The library and its development files only: the dictionaries install at fixed paths of the test
+# root, where other tests place their own at the same time.
+foreach(component runtime dev)
+  run(${CMAKE_COMMAND} --install "${TANGOR_BUILD_DIR}" --prefix "${PREFIX}" --component ${component})
+endforeach()
 run(${CMAKE_COMMAND} -S "${CONSUMER_SOURCE_DIR}" -B "${WORK_DIR}/build" -G "${CMAKE_GENERATOR}"
     "-DCMAKE_PREFIX_PATH=${PREFIX}" ${consumer_args})
 run(${CMAKE_COMMAND} --build "${WORK_DIR}/build")
