@@ -97,7 +97,7 @@ TEST_F(Phonetic, WeightedDictionariesReadEachTextInItsContext) {
         {6, "曾经", "CengJing"},  // a word beats the start word
         {6, "曾志伟", "ZengZhiWei"},
         {6, "曾志", "ZengZhi"},
-        {6, "志曾", "ZhiCeng"},  // a start word holds at the start only
+        {6, "志曾", "ZhiCeng"},            // a start word holds at the start only
         {6, "曾志伟志", "CengZhiWeiZhi"},  // and before one or two characters only, as in a name
         {6, "海阔天空", "HaiKuoTianKong"},
         {6, "一点儿", "Yidianr"},

@@ -36,7 +36,9 @@ TEST(Mkdic, ReportsEachFaultWritingNoFileAndSkipsCommentsEmptyLinesAndLineEnds) 
         {"x\ty\t4294967296", "weight not a decimal count up to 4294967295"},
         {"x\ty\t1\tfirst", "fourth field not \"start\""},
         {"x\ty\t1\tstart\tz", "more than four fields"},
-        {"a\x01" "b\tc", "U+0001 in the word"},
+        {"a\x01"
+         "b\tc",
+         "U+0001 in the word"},
         {"y\tbei  jing", "reading with an empty syllable"},
         {"曾\tzeng\t5\tstart", ""},  // not the same word as 曾 without the start
         {"曾\tceng", ""},

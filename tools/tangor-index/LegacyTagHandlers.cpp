@@ -27,7 +27,9 @@ struct FileTexts {
 
 thread_local FileTexts current;
 
-unsigned market() { return static_cast<unsigned>(corvina::CodingManager::getCountryCode()); }
+unsigned market() {
+    return static_cast<unsigned>(corvina::CodingManager::getCountryCode());
+}
 
 // TagLib's 8-bit texts end at their first zero byte.
 std::string_view untilZero(const TagLib::ByteVector& data) {
@@ -98,8 +100,7 @@ void installHandlers() {
 
 bool endsWith(const std::string& text, const char* suffix) {
     const std::size_t length = std::char_traits<char>::length(suffix);
-    return text.size() >= length &&
-           strcasecmp(text.c_str() + text.size() - length, suffix) == 0;
+    return text.size() >= length && strcasecmp(text.c_str() + text.size() - length, suffix) == 0;
 }
 
 }  // namespace

@@ -80,7 +80,9 @@ Converters& converters() {
     return perThread;
 }
 
-bool failed(std::size_t result) { return result == static_cast<std::size_t>(-1); }
+bool failed(std::size_t result) {
+    return result == static_cast<std::size_t>(-1);
+}
 
 std::string latin1ToUtf8(std::string_view bytes) {
     std::string text;
@@ -107,7 +109,12 @@ struct Char {
 struct Reading {
     std::vector<Char> chars;
     std::size_t cutBytes = 0;  // of a character cut off at the end
+    bool filledField = false;  // long enough to have been cut to fit a field
 };
+
+// ID3v1 fields hold 30 bytes (28 for a comment beside a track number): a text that long may end
+// in half a character, a shorter one hardly.
+constexpr std::size_t kCutFieldBytes = 28;
 
 // One character at a time, so that each character's bytes are known. False when `bytes` are not
 // valid in `encoding`.
@@ -147,19 +154,25 @@ bool isAsciiLetter(const Char& c) {
     return c.size == 1 && ((c.code >= 'a' && c.code <= 'z') || (c.code >= 'A' && c.code <= 'Z'));
 }
 
+// Ideographs rarely touch a lower-case Latin letter; a Western letter read as half of one does.
+bool isLowerAsciiLetter(const Char& c) {
+    return c.size == 1 && c.code >= 'a' && c.code <= 'z';
+}
+
 bool inRange(unsigned value, unsigned first, unsigned last) {
     return value >= first && value <= last;
 }
 
 // Points are in halves, so that all stay whole numbers.
 enum Points : int {
-    kCommon = 4,     // a frequent ideograph or kana of the encoding's own script
-    kSymbol = 2,     // full-width punctuation and forms
-    kLessCommon = 1, // the encoding's second level of ideographs
-    kRare = -2,      // extensions, other scripts, or a lone half-width kana
-    kPrivate = -4,   // user-defined areas
-    kFourBytes = -8, // GB18030's four-byte characters: never in old tags
-    kInsideWord = -4 // an ideograph between two Latin letters, as "Björk" read as GBK gives
+    kCommon = 4,           // a frequent ideograph or kana of the encoding's own script
+    kSymbol = 2,           // full-width punctuation and forms
+    kLessCommon = 1,       // the encoding's second level of ideographs
+    kRare = -2,            // extensions, other scripts, or a lone half-width kana
+    kPrivate = -4,         // user-defined areas
+    kFourBytes = -8,       // GB18030's four-byte characters: never in old tags
+    kInsideWord = -4,      // an ideograph between two Latin letters, as "Björk" read as GBK gives
+    kBesideLowerCase = -3  // an ideograph next to a lower-case Latin letter ("Édith" as Big5)
 };
 
 int gb18030Points(const Char& c) {
@@ -196,7 +209,7 @@ int big5Points(const Char& c) {
 
 int cp932Points(const Char& c, std::size_t halfWidthRun) {
     if (c.size == 1) {
-        return halfWidthRun >= 2 ? kLessCommon : kRare;
+        return halfWidthRun >= 2 ? kLessCommon : kPrivate;  // half-width kana come in words
     }
     if (inRange(c.code, 0xE000, 0xF8FF)) {
         return kPrivate;
@@ -239,12 +252,15 @@ int westernPoints(const std::vector<Char>& chars, std::size_t at, std::size_t ru
     if (run >= 2) {
         return run == 2 && isWesternLetter(c.code) ? 0 : -2;
     }
+    const bool letterBefore = at > 0 && isAsciiLetter(chars[at - 1]);
+    const bool letterAfter = at + 1 < chars.size() && isAsciiLetter(chars[at + 1]);
+    const int letters = static_cast<int>(letterBefore) + static_cast<int>(letterAfter);
     if (isWesternLetter(c.code)) {
-        const bool letterBefore = at > 0 && isAsciiLetter(chars[at - 1]);
-        const bool letterAfter = at + 1 < chars.size() && isAsciiLetter(chars[at + 1]);
-        return 2 * (static_cast<int>(letterBefore) + static_cast<int>(letterAfter));
+        const bool capitalStartsWord = !letterBefore && letterAfter && c.code <= 0xDE &&
+                                       chars[at + 1].code >= 'a' && chars[at + 1].code <= 'z';
+        return 2 * letters + (capitalStartsWord ? 2 : 0);  // "Ärzte", "Édith"
     }
-    return isWesternPunctuation(c.code) ? 1 : -1;
+    return isWesternPunctuation(c.code) ? 1 + 2 * letters : -1;  // "Don’t"
 }
 
 int eastAsianPoints(Encoding encoding, const std::vector<Char>& chars, std::size_t at,
@@ -253,9 +269,15 @@ int eastAsianPoints(Encoding encoding, const std::vector<Char>& chars, std::size
     int points = encoding == Encoding::Gb18030 ? gb18030Points(c)
                  : encoding == Encoding::Big5  ? big5Points(c)
                                                : cp932Points(c, run);
-    if (c.size > 1 && at > 0 && at + 1 < chars.size() && isAsciiLetter(chars[at - 1]) &&
-        isAsciiLetter(chars[at + 1])) {
+    if (c.size == 1) {
+        return points;
+    }
+    const Char* before = at > 0 ? &chars[at - 1] : nullptr;
+    const Char* after = at + 1 < chars.size() ? &chars[at + 1] : nullptr;
+    if (before && after && isAsciiLetter(*before) && isAsciiLetter(*after)) {
         points += kInsideWord;
+    } else if ((before && isLowerAsciiLetter(*before)) || (after && isLowerAsciiLetter(*after))) {
+        points += kBesideLowerCase;
     }
     return points;
 }
@@ -263,7 +285,7 @@ int eastAsianPoints(Encoding encoding, const std::vector<Char>& chars, std::size
 // How plausible `reading` is as a text in `encoding`: the sum over its non-ASCII characters.
 int plausibility(Encoding encoding, const Reading& reading) {
     const std::vector<Char>& chars = reading.chars;
-    int points = -static_cast<int>(reading.cutBytes);
+    int points = -static_cast<int>(reading.cutBytes) * (reading.filledField ? 1 : 4);
     std::size_t run = 0;  // of non-ASCII characters, around the current one
     for (std::size_t at = 0; at < chars.size(); ++at) {
         if (chars[at].code < 0x80) {
@@ -281,15 +303,16 @@ int plausibility(Encoding encoding, const Reading& reading) {
     return points;
 }
 
-// The candidates in the order that settles a tie: the market's own encoding first.
+// The candidates in the order that settles a tie: the market's own encoding first, then the
+// Western one, which true Latin-1 names need on every market.
 std::array<Encoding, 4> candidates(unsigned market) {
     switch (market) {
         case kChina:
-            return {Encoding::Gb18030, Encoding::Big5, Encoding::Cp932, Encoding::Cp1252};
+            return {Encoding::Gb18030, Encoding::Cp1252, Encoding::Big5, Encoding::Cp932};
         case kTaiwan:
-            return {Encoding::Big5, Encoding::Gb18030, Encoding::Cp932, Encoding::Cp1252};
+            return {Encoding::Big5, Encoding::Cp1252, Encoding::Gb18030, Encoding::Cp932};
         case kJapan:
-            return {Encoding::Cp932, Encoding::Gb18030, Encoding::Big5, Encoding::Cp1252};
+            return {Encoding::Cp932, Encoding::Cp1252, Encoding::Gb18030, Encoding::Big5};
         default:
             return {Encoding::Cp1252, Encoding::Gb18030, Encoding::Big5, Encoding::Cp932};
     }
@@ -351,6 +374,7 @@ Encoding decideEncoding(const std::vector<std::string>& texts, unsigned market) 
             if (part.size() < text.size()) {
                 reading.cutBytes = 0;  // the cut is ours
             }
+            reading.filledField = text.size() >= kCutFieldBytes;
             points += plausibility(encoding, reading);
             weighed += part.size();
         }
