@@ -58,12 +58,12 @@
 //
 // With --legacy-tags, also (not counted in N) tags in legacy encodings as old taggers wrote them,
 // in "Legacy/": legacyFiles() gives each file's path, where its texts are (ID3v2.4 text frames
-// declared Latin-1; an ID3v1 tag alone, fields cut at 30 bytes; a RIFF INFO chunk), the bytes
+// declared Latin-1; an ID3v1 tag alone, fields cut at 30 bytes), the bytes
 // written and the text they stand for:
 //   GBK ID3v2.mp3, GBK ID3v1.mp3 (its title cut in the middle of a character), Big5 ID3v2.mp3,
 //   Big5 ID3v1.mp3, Shift-JIS ID3v2.mp3, Shift-JIS ID3v1.mp3, UTF-8 ID3v2.mp3 (UTF-8 bytes in
 //   Latin-1 frames), Latin-1 ID3v2.mp3 and Latin-1 ID3v1.mp3 (true Latin-1 names: Björk,
-//   Mötley Crüe, Für Elise, Sigur Rós), GBK RIFF INFO.wav
+//   Mötley Crüe, Für Elise, Sigur Rós)
 // and two playlists in legacy encodings (legacyPlaylists()):
 //   Legacy/GBK.m3u        (GBK)        ../你好/音乐/01 北京.mp3                   -> file 0
 //                                      ../Amber Rivers/Morning Roads/01 Silent Morning.mp3 -> 7
@@ -329,7 +329,7 @@ inline std::vector<Playlist> playlists() {
 }
 
 // Where a legacy file keeps its texts.
-enum class LegacyTags { Id3v2Latin1, Id3v1Only, RiffInfo };
+enum class LegacyTags { Id3v2Latin1, Id3v1Only };
 
 struct LegacyTexts {
     std::string title;
@@ -405,11 +405,6 @@ inline std::vector<LegacyFile> legacyFiles() {
           "e",
           "Sigur R\xF3s", "", ""},
          {"Für Elise", "Mötley Crüe", "Sigur Rós", "", ""}},
-        {"Legacy/GBK RIFF INFO.wav",
-         LegacyTags::RiffInfo,
-         {"\xB1\xB1\xBE\xA9\xBB\xB6\xD3\xAD\xC4\xE3", "\xC8\xBA\xD0\xC7",
-          "\xB0\xC2\xD4\xCB\xB8\xE8\xC7\xFA", "\xC1\xF7\xD0\xD0", ""},
-         {"北京欢迎你", "群星", "奥运歌曲", "流行", ""}},
     };
 }
 

@@ -5,7 +5,6 @@
 #include <taglib/id3v1tag.h>
 #include <taglib/id3v2framefactory.h>
 #include <taglib/id3v2tag.h>
-#include <taglib/infotag.h>
 #include <taglib/mp4file.h>
 #include <taglib/mpegfile.h>
 #include <taglib/opusfile.h>
@@ -134,14 +133,6 @@ TagLib::ByteVector taggedAudio(const TagLib::ByteVector& audio, Format format, c
 TagLib::String latin1(const std::string& bytes) {
     return TagLib::String(bytes, TagLib::String::Latin1);
 }
-
-// RIFF INFO texts are written as UTF-8; legacy samples need their bytes as they are.
-class Latin1InfoWriter : public TagLib::RIFF::Info::StringHandler {
-public:
-    TagLib::ByteVector render(const TagLib::String& text) const override {
-        return text.data(TagLib::String::Latin1);
-    }
-};
 
 void addLatin1Frame(TagLib::ID3v2::Tag& tag, const char* id, const std::string& bytes) {
     if (bytes.empty()) {
