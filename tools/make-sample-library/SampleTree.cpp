@@ -152,17 +152,9 @@ void setBasicLatin1(TagLib::Tag& tag, const LegacyTexts& bytes) {
 }
 
 TagLib::ByteVector legacyAudio(const Templates& templates, const LegacyFile& legacy) {
-    const bool wav = legacy.where == LegacyTags::RiffInfo;
-    TagLib::ByteVectorStream stream(templates.audio(wav ? Format::Wav : Format::Mp3));
+    TagLib::ByteVectorStream stream(templates.audio(Format::Mp3));
     bool saved = false;
-    if (wav) {
-        static const Latin1InfoWriter writer;
-        TagLib::RIFF::Info::Tag::setStringHandler(&writer);
-        TagLib::RIFF::WAV::File file(&stream, false);
-        setBasicLatin1(*file.InfoTag(), legacy.bytes);
-        saved =
-            file.isValid() && file.save(TagLib::RIFF::WAV::File::Info, TagLib::File::StripOthers);
-    } else if (legacy.where == LegacyTags::Id3v1Only) {
+    if (legacy.where == LegacyTags::Id3v1Only) {
         TagLib::MPEG::File file(&stream, TagLib::ID3v2::FrameFactory::instance(), false);
         setBasicLatin1(*file.ID3v1Tag(true), legacy.bytes);
         saved = file.isValid() && file.save(TagLib::MPEG::File::ID3v1, TagLib::File::StripOthers);
