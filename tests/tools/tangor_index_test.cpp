@@ -130,6 +130,45 @@ TEST_F(TangorIndexTest, ReadingsFollowTheMarket) {
     }
 }
 
+// Tags that old taggers wrote in GBK, Big5 or Shift-JIS read right on their markets, and on the
+// others where the bytes leave no doubt; UTF-8 and true Latin-1 texts are kept on every market.
+TEST_F(TangorIndexTest, LegacyEncodedTagsAndPlaylistsReadRightOnEveryMarket) {
+    const ProgramResult made = runProgram(
+        {TANGOR_MAKE_SAMPLE_LIBRARY, mount, "--files", std::to_string(kFiles), "--legacy-tags"});
+    ASSERT_EQ(made.status, 0) << made.standardError;
+    const auto quoted = [](const std::string& text) { return "'" + text + "'"; };
+    for (const char* country : {"0", "5", "6", "9"}) {
+        const std::string device = std::string("legacy") + country;
+        const ProgramResult result = scan({"--country", country}, device);
+        ASSERT_EQ(result.status, 0) << result.standardError;
+        for (const sample::LegacyFile& file : sample::legacyFiles()) {
+            const std::string where = " FROM VIEW_SONGS WHERE PATH = " + quoted(path(file.path));
+            EXPECT_EQ(value("SELECT TITLE" + where, device), file.text.title)
+                << file.path << " on market " << country;
+            EXPECT_EQ(value("SELECT ARTIST" + where, device), file.text.artist)
+                << file.path << " on market " << country;
+            EXPECT_EQ(value("SELECT ALBUM" + where, device), file.text.album)
+                << file.path << " on market " << country;
+            if (!file.text.composer.empty()) {
+                EXPECT_EQ(value("SELECT COMPOSER" + where, device), file.text.composer)
+                    << file.path << " on market " << country;
+            }
+        }
+        for (const sample::LegacyPlaylist& playlist : sample::legacyPlaylists()) {
+            std::string expected;
+            for (const int file : playlist.files) {
+                expected += (expected.empty() ? "" : "|") + path(file);
+            }
+            const std::string name = fs::path(playlist.path).stem().string();
+            EXPECT_EQ(value("SELECT group_concat(TRACKPATH, '|') FROM PLAYLISTS WHERE PLAYNAME = " +
+                                quoted(name),
+                            device),
+                      expected)
+                << playlist.path << " on market " << country;
+        }
+    }
+}
+
 TEST_F(TangorIndexTest, RescanWritesOnlyWhatChanged) {
     ASSERT_EQ(scan().status, 0);
     const std::string before = readFile(database());

@@ -20,7 +20,7 @@ TEST(ToolOptions, HelpVersionAndWrongUsageAnswerWithTheirStatusOnTheirStream) {
     TempDir dir;
     const std::string sampleDir = dir.file("library");
     const std::string mkdicUsage = "usage: tangor-mkdic WORDLIST NJCON NJTAN\n";
-    const std::string sampleUsage = "usage: make-sample-library DIR [--files N]\n";
+    const std::string sampleUsage = "usage: make-sample-library DIR [--files N] [--legacy-tags]\n";
     const struct {
         std::vector<std::string> arguments;
         int status;

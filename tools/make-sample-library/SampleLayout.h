@@ -55,6 +55,20 @@
 //     01 北京.mp3                                            -> file 0
 //     02 矮.flac                                             -> file 1
 // So 13 entries: 11 name a file exactly, 1 differs in letter case only, 1 names no file.
+//
+// With --legacy-tags, also (not counted in N) tags in legacy encodings as old taggers wrote them,
+// in "Legacy/": legacyFiles() gives each file's path, where its texts are (ID3v2.4 text frames
+// declared Latin-1; an ID3v1 tag alone, fields cut at 30 bytes), the bytes
+// written and the text they stand for:
+//   GBK ID3v2.mp3, GBK ID3v1.mp3 (its title cut in the middle of a character), Big5 ID3v2.mp3,
+//   Big5 ID3v1.mp3, Shift-JIS ID3v2.mp3, Shift-JIS ID3v1.mp3, UTF-8 ID3v2.mp3 (UTF-8 bytes in
+//   Latin-1 frames), Latin-1 ID3v2.mp3 and Latin-1 ID3v1.mp3 (true Latin-1 names: Björk,
+//   Mötley Crüe, Für Elise, Sigur Rós)
+// and two playlists in legacy encodings (legacyPlaylists()):
+//   Legacy/GBK.m3u        (GBK)        ../你好/音乐/01 北京.mp3                   -> file 0
+//                                      ../Amber Rivers/Morning Roads/01 Silent Morning.mp3 -> 7
+//   Legacy/Shift-JIS.m3u  (Shift-JIS)  ../東京バンド/東京ライブ/01 ﾊﾛｰ ワールド.m4a -> file 2
+//                                      ../Amber Rivers/Morning Roads/02 Golden Heart.flac -> 8
 
 #include <string>
 #include <utility>
@@ -311,6 +325,107 @@ inline std::vector<Playlist> playlists() {
              entry("01 北京.mp3", 0),
              entry("02 矮.flac", 1),
          }},
+    };
+}
+
+// Where a legacy file keeps its texts.
+enum class LegacyTags { Id3v2Latin1, Id3v1Only };
+
+struct LegacyTexts {
+    std::string title;
+    std::string artist;
+    std::string album;
+    std::string genre;     // empty in ID3v1 (a number there)
+    std::string composer;  // empty where the tag has no composer
+};
+
+struct LegacyFile {
+    std::string path;
+    LegacyTags where;
+    LegacyTexts bytes;  // as written
+    LegacyTexts text;   // what they stand for, in UTF-8
+};
+
+inline std::vector<LegacyFile> legacyFiles() {
+    return {
+        {"Legacy/GBK ID3v2.mp3",
+         LegacyTags::Id3v2Latin1,
+         {"\xD4\xC2\xC1\xC1\xB4\xFA\xB1\xED\xCE\xD2\xB5\xC4\xD0\xC4", "\xB5\xCB\xC0\xF6\xBE\xFD",
+          "\xB5\xAD\xB5\xAD\xD3\xC4\xC7\xE9", "\xC1\xF7\xD0\xD0", "\xCE\xCC\xC7\xE5\xCF\xAA"},
+         {"月亮代表我的心", "邓丽君", "淡淡幽情", "流行", "翁清溪"}},
+        {"Legacy/GBK ID3v1.mp3",
+         LegacyTags::Id3v1Only,
+         {"01 "
+          "\xD4\xC2\xC1\xC1\xB4\xFA\xB1\xED\xCE\xD2\xB5\xC4\xD0\xC4\xD4\xC2\xC1\xC1\xB4\xFA\xB1\xED"
+          "\xCE\xD2\xB5\xC4\xD0",
+          "\xB5\xCB\xC0\xF6\xBE\xFD", "\xB5\xAD\xB5\xAD\xD3\xC4\xC7\xE9", "", ""},
+         {"01 月亮代表我的心月亮代表我的", "邓丽君", "淡淡幽情", "", ""}},
+        {"Legacy/Big5 ID3v2.mp3",
+         LegacyTags::Id3v2Latin1,
+         {"\xB4\xB8\xA4\xD1", "\xA9P\xAAN\xAD\xDB",
+          "\xB8\xAD\xB4"
+          "f\xAC\xFC",
+          "\xACy\xA6\xE6", "\xA9P\xAAN\xAD\xDB"},
+         {"晴天", "周杰倫", "葉惠美", "流行", "周杰倫"}},
+        {"Legacy/Big5 ID3v1.mp3",
+         LegacyTags::Id3v1Only,
+         {"\xA4\xEB\xABG\xA5N\xAA\xED\xA7\xDA\xAA\xBA\xA4\xDF", "\xBEH\xC4R\xA7g",
+          "\xB2H\xB2H\xAB\xD5\xB1\xA1", "", ""},
+         {"月亮代表我的心", "鄧麗君", "淡淡幽情", "", ""}},
+        {"Legacy/Shift-JIS ID3v2.mp3",
+         LegacyTags::Id3v2Latin1,
+         {"\x82\xB3\x82\xAD\x82\xE7", "\x90X\x8ER\x92\xBC\x91\xBE\x98N", "\x89\xC4\x95\x9E",
+          "\x83|\x83"
+          "b\x83v",
+          "\x90X\x8ER\x92\xBC\x91\xBE\x98N"},
+         {"さくら", "森山直太朗", "夏服", "ポップ", "森山直太朗"}},
+        {"Legacy/Shift-JIS ID3v1.mp3",
+         LegacyTags::Id3v1Only,
+         {"\x83\x8D\x83r\x83\x93\x83\\\x83\x93",
+          "\x83X\x83s\x83"
+          "b\x83"
+          "c",
+          "\x83n\x83`\x83~\x83"
+          "c",
+          "", ""},
+         {"ロビンソン", "スピッツ", "ハチミツ", "", ""}},
+        {"Legacy/UTF-8 ID3v2.mp3",
+         LegacyTags::Id3v2Latin1,
+         {"\xE5\x8C\x97\xE4\xBA\xAC", "\xE4\xBD\xA0\xE5\xA5\xBD", "\xE9\x9F\xB3\xE4\xB9\x90", "Pop",
+          "\xE4\xBD\xA0\xE5\xA5\xBD"},
+         {"北京", "你好", "音乐", "Pop", "你好"}},
+        {"Legacy/Latin-1 ID3v2.mp3",
+         LegacyTags::Id3v2Latin1,
+         {"J\xF3ga", "Bj\xF6rk", "Homogenic", "Pop", "Bj\xF6rk"},
+         {"Jóga", "Björk", "Homogenic", "Pop", "Björk"}},
+        {"Legacy/Latin-1 ID3v1.mp3",
+         LegacyTags::Id3v1Only,
+         {"F\xFCr Elise",
+          "M\xF6tley Cr\xFC"
+          "e",
+          "Sigur R\xF3s", "", ""},
+         {"Für Elise", "Mötley Crüe", "Sigur Rós", "", ""}},
+    };
+}
+
+struct LegacyPlaylist {
+    std::string path;
+    std::string bytes;       // the whole file as written
+    std::vector<int> files;  // the audio files its entries name, in order
+};
+
+inline std::vector<LegacyPlaylist> legacyPlaylists() {
+    return {
+        {"Legacy/GBK.m3u",
+         "#EXTM3U\x0A#EXTINF:1,\xC4\xE3\xBA\xC3 - "
+         "\xB1\xB1\xBE\xA9\x0A../\xC4\xE3\xBA\xC3/\xD2\xF4\xC0\xD6/01 "
+         "\xB1\xB1\xBE\xA9.mp3\x0A../Amber Rivers/Morning Roads/01 Silent Morning.mp3\x0A",
+         {0, 7}},
+        {"Legacy/Shift-JIS.m3u",
+         "../\x93\x8C\x8B\x9E\x83o\x83\x93\x83h/\x93\x8C\x8B\x9E\x83\x89\x83"
+         "C\x83u/01 \xCA\xDB\xB0 \x83\x8F\x81[\x83\x8B\x83h.m4a\x0A../Amber Rivers/Morning "
+         "Roads/02 Golden Heart.flac\x0A",
+         {2, 8}},
     };
 }
 

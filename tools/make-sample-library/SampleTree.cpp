@@ -2,12 +2,14 @@
 
 #include <fcntl.h>
 #include <taglib/flacfile.h>
+#include <taglib/id3v1tag.h>
 #include <taglib/id3v2framefactory.h>
 #include <taglib/id3v2tag.h>
 #include <taglib/mp4file.h>
 #include <taglib/mpegfile.h>
 #include <taglib/opusfile.h>
 #include <taglib/tbytevectorstream.h>
+#include <taglib/textidentificationframe.h>
 #include <taglib/tpropertymap.h>
 #include <taglib/wavfile.h>
 #include <taglib/xiphcomment.h>
@@ -123,6 +125,50 @@ TagLib::ByteVector taggedAudio(const TagLib::ByteVector& audio, Format format, c
                                                 TagLib::File::StripOthers, TagLib::ID3v2::v4);
             break;
         }
+    }
+    return saved ? *stream.data() : TagLib::ByteVector();
+}
+
+// A legacy text's bytes as a TagLib text that a Latin-1 field gives back byte for byte.
+TagLib::String latin1(const std::string& bytes) {
+    return TagLib::String(bytes, TagLib::String::Latin1);
+}
+
+void addLatin1Frame(TagLib::ID3v2::Tag& tag, const char* id, const std::string& bytes) {
+    if (bytes.empty()) {
+        return;
+    }
+    auto* frame = new TagLib::ID3v2::TextIdentificationFrame(id, TagLib::String::Latin1);
+    frame->setText(latin1(bytes));
+    tag.addFrame(frame);  // the tag owns it
+}
+
+void setBasicLatin1(TagLib::Tag& tag, const LegacyTexts& bytes) {
+    tag.setTitle(latin1(bytes.title));
+    tag.setArtist(latin1(bytes.artist));
+    tag.setAlbum(latin1(bytes.album));
+    tag.setGenre(latin1(bytes.genre));
+    tag.setTrack(1);
+}
+
+TagLib::ByteVector legacyAudio(const Templates& templates, const LegacyFile& legacy) {
+    TagLib::ByteVectorStream stream(templates.audio(Format::Mp3));
+    bool saved = false;
+    if (legacy.where == LegacyTags::Id3v1Only) {
+        TagLib::MPEG::File file(&stream, TagLib::ID3v2::FrameFactory::instance(), false);
+        setBasicLatin1(*file.ID3v1Tag(true), legacy.bytes);
+        saved = file.isValid() && file.save(TagLib::MPEG::File::ID3v1, TagLib::File::StripOthers);
+    } else {
+        TagLib::MPEG::File file(&stream, TagLib::ID3v2::FrameFactory::instance(), false);
+        TagLib::ID3v2::Tag& tag = *file.ID3v2Tag(true);
+        addLatin1Frame(tag, "TIT2", legacy.bytes.title);
+        addLatin1Frame(tag, "TPE1", legacy.bytes.artist);
+        addLatin1Frame(tag, "TALB", legacy.bytes.album);
+        addLatin1Frame(tag, "TCON", legacy.bytes.genre);
+        addLatin1Frame(tag, "TCOM", legacy.bytes.composer);
+        addLatin1Frame(tag, "TRCK", "1");
+        saved = file.isValid() &&
+                file.save(TagLib::MPEG::File::ID3v2, TagLib::File::StripOthers, TagLib::ID3v2::v4);
     }
     return saved ? *stream.data() : TagLib::ByteVector();
 }
@@ -248,7 +294,7 @@ std::string render(const Playlist& playlist) {
 
 }  // namespace
 
-TreeCounts writeTree(const std::string& root, int files) {
+TreeCounts writeTree(const std::string& root, int files, bool legacyTags) {
     Folders folders(root);
     const Templates templates;
     for (int index = 0; index < files; ++index) {
@@ -263,7 +309,23 @@ TreeCounts writeTree(const std::string& root, int files) {
     for (const Playlist& playlist : lists) {
         writeFile(folders.prepare(playlist.path), render(playlist));
     }
-    return TreeCounts{files, static_cast<int>(lists.size())};
+    int playlistCount = static_cast<int>(lists.size());
+    if (legacyTags) {
+        for (const LegacyFile& legacy : legacyFiles()) {
+            const std::string path = folders.prepare(legacy.path);
+            const TagLib::ByteVector bytes = legacyAudio(templates, legacy);
+            if (bytes.isEmpty()) {
+                throw WriteError("cannot write the tags of " + path +
+                                 ": TagLib could not save them");
+            }
+            writeFile(path, bytes);
+        }
+        for (const LegacyPlaylist& playlist : legacyPlaylists()) {
+            writeFile(folders.prepare(playlist.path), playlist.bytes);
+            ++playlistCount;
+        }
+    }
+    return TreeCounts{files, playlistCount};
 }
 
 }  // namespace sample

@@ -19,7 +19,8 @@ struct TreeCounts {
 };
 
 // Writes the first `files` audio files, the hidden and non-audio files and the playlists below
-// `root`, making every folder they need; existing files are overwritten. Throws WriteError.
-TreeCounts writeTree(const std::string& root, int files);
+// `root`, making every folder they need, and with `legacyTags` the legacy samples; existing files
+// are overwritten. Throws WriteError.
+TreeCounts writeTree(const std::string& root, int files, bool legacyTags = false);
 
 }  // namespace sample

@@ -1,7 +1,7 @@
-// make-sample-library DIR [--files N]: writes a small music library of silent, tagged audio files
-// for tests and benchmarks of indexers; SampleLayout.h describes the tree. The same N always gives
-// the same paths and bytes. Exit status 0 when it is written (or after --help or --version), 1 when
-// a file or folder cannot be written, 2 on wrong usage.
+// make-sample-library DIR [--files N] [--legacy-tags]: writes a small music library of silent,
+// tagged audio files for tests and benchmarks of indexers; SampleLayout.h describes the tree. The
+// same N always gives the same paths and bytes. Exit status 0 when it is written (or after --help
+// or --version), 1 when a file or folder cannot be written, 2 on wrong usage.
 
 #include <cstdio>
 #include <cstring>
@@ -13,7 +13,7 @@
 
 namespace {
 
-constexpr char kUsage[] = "usage: make-sample-library DIR [--files N]\n";
+constexpr char kUsage[] = "usage: make-sample-library DIR [--files N] [--legacy-tags]\n";
 
 int usage() {
     std::fputs(kUsage, stderr);
@@ -26,9 +26,11 @@ int help() {
         "Writes N audio files (%d to %d, default %d) of one second of silence, tagged, below DIR,\n"
         "with playlists, hidden files and a text file. The same N gives the same tree.\n"
         "\n"
-        "  --files N  the number of audio files\n"
-        "  --help     show this help and exit\n"
-        "  --version  show the version and exit\n"
+        "  --files N      the number of audio files\n"
+        "  --legacy-tags  also files and playlists in legacy encodings (GBK, Big5, Shift-JIS,\n"
+        "                 Latin-1), in DIR/Legacy, not counted in N\n"
+        "  --help         show this help and exit\n"
+        "  --version      show the version and exit\n"
         "\n"
         "Exit status: 0 written; 1 a file or folder cannot be written; 2 wrong usage.\n",
         sample::minimumFiles, sample::maximumFiles, sample::defaultFiles);
@@ -79,8 +81,11 @@ int main(int argc, char** argv) {
     }
     const char* root = nullptr;
     int files = sample::defaultFiles;
+    bool legacyTags = false;
     for (int i = 1; i < argc; ++i) {
-        if (std::strcmp(argv[i], "--files") == 0) {
+        if (std::strcmp(argv[i], "--legacy-tags") == 0) {
+            legacyTags = true;
+        } else if (std::strcmp(argv[i], "--files") == 0) {
             if (++i == argc) {
                 return usage();
             }
@@ -105,7 +110,7 @@ int main(int argc, char** argv) {
         base.pop_back();
     }
     try {
-        const sample::TreeCounts counts = sample::writeTree(base, files);
+        const sample::TreeCounts counts = sample::writeTree(base, files, legacyTags);
         std::printf("%s: %d audio files, %d playlists\n", root, counts.audioFiles,
                     counts.playlists);
     } catch (const std::exception& error) {

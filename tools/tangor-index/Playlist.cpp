@@ -1,5 +1,7 @@
 #include "Playlist.h"
 
+#include "LegacyTagHandlers.h"
+
 #include <strings.h>
 
 #include <algorithm>
@@ -88,6 +90,7 @@ bool readPlaylistEntries(const std::string& path, std::vector<std::string>& entr
     if (startsWith(content, "\xEF\xBB\xBF")) {
         content.erase(0, 3);
     }
+    content = legacy::playlistText(content, path);  // legacy encodings: LegacyTagHandlers.h
     std::vector<std::string> lines;
     std::size_t start = 0;
     // A .pls file has up to three lines per entry (file, title, length).

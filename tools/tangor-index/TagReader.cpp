@@ -1,5 +1,7 @@
 #include "TagReader.h"
 
+#include "LegacyTagHandlers.h"
+
 #include <taglib/fileref.h>
 #include <taglib/flacfile.h>
 #include <taglib/id3v2tag.h>
@@ -101,6 +103,7 @@ int clampedTrack(unsigned int track) {
 }  // namespace
 
 TagResult readTags(const std::string& path, Tags& tags) {
+    legacy::beginFile();  // legacy encodings: LegacyTagHandlers.h
     // Audio properties are not needed, and reading them costs a scan of the stream.
     const TagLib::FileRef file(path.c_str(), false);
     if (file.isNull() || !file.file()->isValid() || file.tag() == nullptr) {
@@ -115,6 +118,8 @@ TagResult readTags(const std::string& path, Tags& tags) {
     tags.genre = tag.genre().to8Bit(true);
     tags.trackNumber = clampedTrack(tag.track());
     readExtras(file.file(), tags);
+    // legacy encodings: the texts TagLib read as Latin-1, in the file's encoding
+    legacy::endFile({&tags.title, &tags.artist, &tags.album, &tags.genre, &tags.composer});
     return TagResult::Read;
 }
 
