@@ -30,9 +30,8 @@ void fixChecksum(std::vector<std::uint8_t>& settings, const std::vector<std::uin
     if (settings.size() < format::kSettingsSize) {
         return;
     }
-    const bool weighted =
-        format::readU16(settings.data() + format::kSettingsVersionAt) ==
-        format::kWeightedFormatVersion;
+    const bool weighted = format::readU16(settings.data() + format::kSettingsVersionAt) ==
+                          format::kWeightedFormatVersion;
     const std::uint32_t checksum = weighted ? format::fnv1a32Words(words.data(), words.size())
                                             : format::fnv1a32(words.data(), words.size());
     format::writeU32(settings.data() + format::kSettingsWordsSizeAt,

@@ -40,8 +40,7 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const std::vector<std::string> f = fieldsOf(data, size);
     const int number = size > 0 ? static_cast<signed char>(data[0]) : 0;
-    corvina::MetaDataInfo record(f[0], f[1], f[2], f[3], f[4], f[5], f[6], number, -number,
-                                 number);
+    corvina::MetaDataInfo record(f[0], f[1], f[2], f[3], f[4], f[5], f[6], number, -number, number);
     record.getAudioType();
     record.setAsianFields();
     const corvina::MetaDataInfo copy = record;

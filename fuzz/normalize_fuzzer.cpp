@@ -18,8 +18,8 @@ struct Freed {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     unsigned length = 0;
-    const Freed once{normalize_utf8(reinterpret_cast<const char*>(data),
-                                    static_cast<unsigned>(size), &length)};
+    const Freed once{
+        normalize_utf8(reinterpret_cast<const char*>(data), static_cast<unsigned>(size), &length)};
     if (once.text == nullptr) {
         return 0;
     }

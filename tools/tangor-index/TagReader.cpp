@@ -14,6 +14,7 @@
 #include <climits>
 #include <cstdlib>
 
+#include "AudioHead.h"
 #include "FileSystem.h"
 
 namespace tangor::index {
@@ -101,6 +102,9 @@ int clampedTrack(unsigned int track) {
 }  // namespace
 
 TagResult readTags(const std::string& path, Tags& tags) {
+    if (headIsAllZero(path)) {
+        return TagResult::NotAudio;
+    }
     // Audio properties are not needed, and reading them costs a scan of the stream.
     const TagLib::FileRef file(path.c_str(), false);
     if (file.isNull() || !file.file()->isValid() || file.tag() == nullptr) {
