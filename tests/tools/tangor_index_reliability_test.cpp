@@ -224,16 +224,16 @@ TEST_F(ReliabilityTest, ZeroFilledStartIsNotAskedOfTagLib) {
         const char* name;
         off_t zeros;
         bool lastHeadByteSet;  // the last byte of the head is not zero
-        index::TagResult expected;
+        bool notAudio;         // else TagLib decides
     };
     const off_t head = static_cast<off_t>(index::kAudioHeadBytes);
     const Row rows[] = {
-        {"one-byte.mp3", 1, false, index::TagResult::NotAudio},
-        {"head-only.mp3", head, false, index::TagResult::NotAudio},
-        {"large.mp3", off_t{1} << 30, false, index::TagResult::NotAudio},  // sparse, 1 GiB
-        {"large.ogg", off_t{1} << 30, false, index::TagResult::NotAudio},
-        {"byte-in-head.mp3", head, true, index::TagResult::Unreadable},
-        {"empty.mp3", 0, false, index::TagResult::Unreadable},
+        {"one-byte.mp3", 1, false, true},
+        {"head-only.mp3", head, false, true},
+        {"large.mp3", off_t{1} << 30, false, true},  // sparse, 1 GiB
+        {"large.ogg", off_t{1} << 30, false, true},
+        {"byte-in-head.mp3", head, true, false},
+        {"empty.mp3", 0, false, false},
     };
     for (const Row& row : rows) {
         const std::string path = tree.file(row.name);
@@ -245,7 +245,8 @@ TEST_F(ReliabilityTest, ZeroFilledStartIsNotAskedOfTagLib) {
             close(fd);
         }
         index::Tags tags;
-        EXPECT_EQ(index::readTags(path, tags), row.expected) << row.name;
+        EXPECT_EQ(index::readTags(path, tags) == index::TagResult::NotAudio, row.notAudio)
+            << row.name;
     }
     index::Tags tags;
     EXPECT_EQ(index::readTags(mount + "/" + sample::audioFile(0).path, tags),
