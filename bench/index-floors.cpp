@@ -124,8 +124,7 @@ int rowsFloor(const std::string& source, const std::string& device, const std::s
     {
         const RecordBuilder records;
         IndexDatabase database(device);
-        WriteBatch batch(database, mountPoint, ScanOptions().filesPerTransaction,
-                         [](const std::string& message) { fail(message); });
+        WriteBatch batch(database, mountPoint, ScanOptions().filesPerTransaction);
         for (const Track& track : tracks) {
             const corvina::MetaDataInfo record =
                 records.build(mountPoint, track.relativePath, track.tags, track.lastModified);

@@ -245,10 +245,8 @@ TEST_F(StoredRowsTest, DirectoriesFollowTheIndexedFiles) {
         return queryRows(database, "SELECT PATH FROM DIRECTORIES ORDER BY PATH");
     };
     const auto runStage = [&db, this](const std::vector<std::string>& files) {
-        index::WriteBatch batch(db, mountPoint, 100,
-                                [](const std::string& message) { ADD_FAILURE() << message; });
-        index::DirectoryMerge directories(
-            db, mountPoint, batch, [](const std::string& message) { ADD_FAILURE() << message; });
+        index::WriteBatch batch(db, mountPoint, 100);
+        index::DirectoryMerge directories(db, mountPoint, batch);
         for (const std::string& file : files) {
             directories.fileIndexed(file);
         }

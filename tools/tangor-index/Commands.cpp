@@ -19,7 +19,9 @@
 #include "JsonText.h"
 #include "MountPoint.h"
 #include "Progress.h"
+#include "ScanLock.h"
 #include "Scanner.h"
+#include "WriteBatch.h"
 
 namespace tangor::index {
 
@@ -129,6 +131,13 @@ int runScan(const CommandLine& line) {
     ScanTotals totals;
     try {
         totals = scanDevice(line.device, mountPoints, progress, options);
+    } catch (const WriteFailed& error) {
+        progress.printLine("tangor-index: device " + line.device +
+                           ": writing failed: " + error.what());
+        return 1;
+    } catch (const ScanLockTimeout& error) {
+        progress.printLine("tangor-index: device " + line.device + ": " + error.what());
+        return 1;
     } catch (const std::exception& error) {
         progress.printLine("tangor-index: device " + line.device +
                            ": the database cannot be used: " + error.what());
@@ -198,7 +207,9 @@ int runStatus(const CommandLine& line) {
     }
     const std::string mountPoint = MountPoint(line.operands.front()).path();
     try {
-        const std::string status = corvina::DatabaseMgr().getStatus(line.device, mountPoint);
+        // Bound, not the library's getStatus: a mount point is a volume label that anyone can
+        // write, and its text must not become part of the query.
+        const std::string status = IndexDatabase(line.device).status(mountPoint);
         if (status.empty()) {
             fail("device " + line.device + " has no status for " + mountPoint);
             return 1;

@@ -3,11 +3,10 @@
 namespace tangor::index {
 
 DirectoryMerge::DirectoryMerge(IndexDatabase& database, const MountPoint& mountPoint,
-                               WriteBatch& batch, std::function<void(const std::string&)> warn)
+                               WriteBatch& batch)
     : database_(database),
       mountPoint_(mountPoint),
       batch_(batch),
-      warn_(std::move(warn)),
       stored_(database.storedDirectories(mountPoint)) {
     advanceStored();
 }
@@ -47,8 +46,7 @@ void DirectoryMerge::need(const std::string& folder) {
     while (!storedDone_ && comparePaths(storedPath_, folder) < 0) {
         batch_.write();
         if (!database_.deleteDirectory(storedId_)) {
-            warn_(mountPoint_.absolute(storedPath_) +
-                  ": directory row cannot be deleted: " + database_.lastError());
+            batch_.fail(mountPoint_.absolute(storedPath_) + ": directory row cannot be deleted");
         }
         advanceStored();
     }
@@ -58,8 +56,7 @@ void DirectoryMerge::need(const std::string& folder) {
     }
     batch_.write();
     if (!database_.insertDirectory(mountPoint_, folder)) {
-        warn_(mountPoint_.absolute(folder) +
-              ": directory row cannot be written: " + database_.lastError());
+        batch_.fail(mountPoint_.absolute(folder) + ": directory row cannot be written");
     }
 }
 
@@ -67,8 +64,7 @@ void DirectoryMerge::finish() {
     while (!storedDone_) {
         batch_.write();
         if (!database_.deleteDirectory(storedId_)) {
-            warn_(mountPoint_.absolute(storedPath_) +
-                  ": directory row cannot be deleted: " + database_.lastError());
+            batch_.fail(mountPoint_.absolute(storedPath_) + ": directory row cannot be deleted");
         }
         advanceStored();
     }

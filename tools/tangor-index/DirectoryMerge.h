@@ -7,7 +7,6 @@
 // Only the folders above the current file are held.
 
 #include <cstdint>
-#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -20,8 +19,7 @@ namespace tangor::index {
 class DirectoryMerge {
 public:
     // Reads the first stored row now, before anything is written.
-    DirectoryMerge(IndexDatabase& database, const MountPoint& mountPoint, WriteBatch& batch,
-                   std::function<void(const std::string&)> warn);
+    DirectoryMerge(IndexDatabase& database, const MountPoint& mountPoint, WriteBatch& batch);
 
     // A file that stays in the index, at `relativePath`; calls come in walk order.
     void fileIndexed(const std::string& relativePath);
@@ -35,7 +33,6 @@ private:
     IndexDatabase& database_;
     const MountPoint& mountPoint_;
     WriteBatch& batch_;
-    std::function<void(const std::string&)> warn_;
     std::unique_ptr<Statement> stored_;
     bool storedDone_ = false;
     std::int64_t storedId_ = 0;

@@ -131,7 +131,7 @@ void PlaylistStage::replace(const std::string& path, const std::vector<PlaylistE
         ok = database_.insertPlaylistEntry(mountPoint_, path, entry, lastModified) && ok;
     }
     if (!ok) {
-        warn_(path + ": playlist rows cannot be written: " + database_.lastError());
+        batch_.fail(path + ": playlist rows cannot be written");
     }
 }
 

@@ -2,6 +2,7 @@
 
 #include <tangor/database/DatabaseMgr.h>
 
+#include "AudioHead.h"
 #include "DirectoryMerge.h"
 #include "IndexDatabase.h"
 #include "PlaylistStage.h"
@@ -54,8 +55,8 @@ public:
         const std::string previous = database_.status(mountPoint_.path());
         observer_.partitionStarted(mountPoint_.path());
         auto warn = [this](const std::string& message) { this->warn(message); };
-        WriteBatch batch(database_, mountPoint_, options_.filesPerTransaction, warn);
-        DirectoryMerge directories(database_, mountPoint_, batch, warn);
+        WriteBatch batch(database_, mountPoint_, options_.filesPerTransaction);
+        DirectoryMerge directories(database_, mountPoint_, batch);
         PlaylistStage playlists(database_, mountPoint_, batch, warn, options_.playlists);
         PartitionWalk walk(mountPoint_, options_.limits);
         SongComparison comparison(mountPoint_, walk, database_.storedSongs(mountPoint_),
@@ -135,8 +136,7 @@ private:
         batch.write();
         tracksChanged_ = true;
         if (!database_.deleteSong(item.storedId)) {
-            warn(mountPoint_.absolute(item.relativePath) + ": " + failure + ": " +
-                 database_.lastError());
+            batch.fail(mountPoint_.absolute(item.relativePath) + ": " + failure);
         }
     }
 
@@ -151,6 +151,9 @@ private:
         }
         if (item.tagResult == TagResult::Unreadable) {
             warn(path + ": tags cannot be read; indexed from its name");
+        } else if (item.tagResult == TagResult::NotAudio) {
+            warn(path + ": its first " + std::to_string(kAudioHeadBytes / 1024) +
+                 " KiB are zero bytes, not audio; indexed from its name");
         }
         const corvina::MetaDataInfo record =
             records_.build(mountPoint_, item.relativePath, item.tags, item.lastModified);
@@ -160,12 +163,11 @@ private:
         stages.batch.write();
         tracksChanged_ = true;
         if (!database_.insertSong(record, item.lastModified)) {
-            warn(path + ": cannot be written: " + database_.lastError());
-        } else {
-            stages.directories.fileIndexed(item.relativePath);
-            ++totals_.indexed;
-            ++totals_.written;
+            stages.batch.fail(path + ": its rows cannot be written");
         }
+        stages.directories.fileIndexed(item.relativePath);
+        ++totals_.indexed;
+        ++totals_.written;
         observer_.fileDone();
         stages.batch.fileWritten();
     }
@@ -195,6 +197,9 @@ ScanTotals scanDevice(const std::string& devId, const std::vector<std::string>& 
         return {};
     }
     const std::vector<MountPoint> mountPoints(mountPointPaths.begin(), mountPointPaths.end());
+    // Before anything is read: the rows stored when this scan starts are then all it compares.
+    const ScanLock lock(devId, options.lockWait,
+                        [&observer](const std::string& message) { observer.notice(message); });
     setUpDatabase(devId, mountPoints, observer);
     const RecordBuilder records;
     ScanTotals totals;

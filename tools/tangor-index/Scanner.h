@@ -8,14 +8,21 @@
 // Bad input never stops a scan: a file whose tags cannot be read is indexed from its name, a folder
 // or file that cannot be read is named in a warning and its stored rows are kept, a file that
 // vanishes is skipped. Only a database that cannot be opened or read, or that cannot be validated
-// even once made anew, ends it with std::runtime_error.
+// even once made anew, a write that fails (WriteFailed: the open batch is rolled back), or another
+// scan of the device that runs on past the wait (ScanLockTimeout) ends it with
+// std::runtime_error.
+//
+// One scan of a device runs at a time, across processes (ScanLock): a second one waits for the
+// first before it reads anything.
 
+#include <chrono>
 #include <cstddef>
 #include <string>
 #include <vector>
 
 #include "PartitionWalk.h"
 #include "Playlist.h"
+#include "ScanLock.h"
 
 namespace tangor::index {
 
@@ -46,6 +53,8 @@ struct ScanOptions {
     unsigned jobs = 1;  // threads reading tags; 1 reads them on the writing thread
     WalkLimits limits;
     PlaylistLimits playlists;
+    // How long to wait for another scan of the device to end.
+    std::chrono::milliseconds lockWait{kScanLockWait};
 };
 
 // Indexes `mountPoints` (at least one) of device `devId`; the first is set up as the device's

@@ -16,6 +16,7 @@
 #include <climits>
 #include <cstdlib>
 
+#include "AudioHead.h"
 #include "FileSystem.h"
 
 namespace tangor::index {
@@ -103,6 +104,9 @@ int clampedTrack(unsigned int track) {
 }  // namespace
 
 TagResult readTags(const std::string& path, Tags& tags) {
+    if (headIsAllZero(path)) {
+        return TagResult::NotAudio;
+    }
     legacy::beginFile();  // legacy encodings: LegacyTagHandlers.h
     // Audio properties are not needed, and reading them costs a scan of the stream.
     const TagLib::FileRef file(path.c_str(), false);

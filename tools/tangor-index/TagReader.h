@@ -17,10 +17,11 @@ struct Tags {
     int discNumber = 0;   // 0 when missing
 };
 
-enum class TagResult { Read, Unreadable, Vanished };
+enum class TagResult { Read, Unreadable, NotAudio, Vanished };
 
 // Fills `tags` (left empty unless Read). Unreadable: the file is there but TagLib cannot make
-// sense of it; Vanished: the file is no longer there.
+// sense of it; NotAudio: its start holds only zero bytes (AudioHead.h), and TagLib was not asked;
+// Vanished: the file is no longer there.
 TagResult readTags(const std::string& path, Tags& tags);
 
 }  // namespace tangor::index

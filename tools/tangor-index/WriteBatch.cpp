@@ -11,11 +11,10 @@ constexpr std::size_t kFirstBatch = 32;
 }  // namespace
 
 WriteBatch::WriteBatch(IndexDatabase& database, const MountPoint& mountPoint,
-                       std::size_t filesPerCommit, std::function<void(const std::string&)> warn)
+                       std::size_t filesPerCommit)
     : database_(database),
       mountPoint_(mountPoint),
       filesPerCommit_(std::max<std::size_t>(filesPerCommit, 1)),
-      warn_(std::move(warn)),
       batchSize_(std::min(kFirstBatch, filesPerCommit_)) {}
 
 WriteBatch::~WriteBatch() {
@@ -29,15 +28,13 @@ void WriteBatch::write() {
         return;
     }
     if (!database_.begin()) {
-        warn_(mountPoint_.path() + ": a transaction cannot begin (" + database_.lastError() + ")");
-        return;  // the writes then go in one of SQLite's own, row by row
+        fail("a transaction cannot begin");
     }
     open_ = true;
     if (!started_) {
         started_ = true;
         if (!database_.writeStatus(mountPoint_, kStatusScanning)) {
-            warn_(mountPoint_.path() + ": status cannot be written (" + database_.lastError() +
-                  ")");
+            fail("the status cannot be written");
         }
     }
 }
@@ -56,17 +53,23 @@ void WriteBatch::commit() {
     }
     open_ = false;
     if (!database_.commit()) {
-        warn_(mountPoint_.path() + ": a transaction failed and was rolled back (" +
-              database_.lastError() + "); the next scan writes its files again");
+        fail("a commit failed");
     }
+}
+
+void WriteBatch::fail(const std::string& what) {
+    const std::string reason = database_.lastError();
+    open_ = false;
+    database_.rollback();
+    throw WriteFailed(mountPoint_.path() + ": " + what + " (" + reason +
+                      "); the batch was rolled back and the next scan writes its files again");
 }
 
 void WriteBatch::finish(const char* status, const std::string& previous) {
     if (started_ || previous != status) {
         write();
         if (!database_.writeStatus(mountPoint_, status)) {
-            warn_(mountPoint_.path() + ": status cannot be written (" + database_.lastError() +
-                  ")");
+            fail("the status cannot be written");
         }
     }
     commit();

@@ -6,9 +6,13 @@
 // new transaction begins at the next write. finish() commits the rest with the final status. An
 // exception that leaves the scan rolls back what was not committed, and the partition stays
 // "SCANNING" for the next scan to complete.
+//
+// A write that fails (a full disk, a read-only or deleted file) is never followed by others outside
+// the batch: fail() rolls the batch back and throws WriteFailed, which ends the scan; what was
+// committed before stays, and the next scan completes it.
 
 #include <cstddef>
-#include <functional>
+#include <stdexcept>
 #include <string>
 
 #include "IndexDatabase.h"
@@ -20,11 +24,15 @@ inline constexpr const char* kStatusDone = "DONE";
 // The walk could not read some folders or files; their stored rows were kept.
 inline constexpr const char* kStatusIncomplete = "INCOMPLETE";
 
+// A statement, a commit or a status write failed; the batch is rolled back.
+class WriteFailed : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
 class WriteBatch {
 public:
-    // `warn` receives the failures of commits and status writes.
-    WriteBatch(IndexDatabase& database, const MountPoint& mountPoint, std::size_t filesPerCommit,
-               std::function<void(const std::string&)> warn);
+    WriteBatch(IndexDatabase& database, const MountPoint& mountPoint, std::size_t filesPerCommit);
     ~WriteBatch();
     WriteBatch(const WriteBatch&) = delete;
     WriteBatch& operator=(const WriteBatch&) = delete;
@@ -39,13 +47,15 @@ public:
 
     bool wroteAnything() const { return started_; }
 
+    // Rolls back what is open and throws WriteFailed: `what` failed, with SQLite's reason.
+    [[noreturn]] void fail(const std::string& what);
+
 private:
     void commit();
 
     IndexDatabase& database_;
     const MountPoint& mountPoint_;
     const std::size_t filesPerCommit_;
-    std::function<void(const std::string&)> warn_;
     std::size_t filesInBatch_ = 0;
     std::size_t batchSize_;
     bool open_ = false;
