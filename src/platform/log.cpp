@@ -100,6 +100,14 @@ void implLog(int /*contextIndex*/, DltLogLevelType level, const char* functionNa
     }
 }
 
+bool sendToDlt(const LogRecord& record) {
+    if (!corvina::platform::dltConnected() || !corvina::platform::dltWants(record.level)) {
+        return false;
+    }
+    corvina::platform::dltSend(record.level, record.function.c_str(), record.line, record.message);
+    return true;
+}
+
 void setLogSink(LogSink sink) {
     std::shared_ptr<const LogSink> replacement;
     if (sink) {

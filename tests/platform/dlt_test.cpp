@@ -225,6 +225,20 @@ TEST(DltProgram, ThatRegisteredItsOwnApplicationKeepsIt) {
     EXPECT_EQ(text.find("TNGR"), std::string::npos) << text;
 }
 
+// The indexer shows the library's records on its terminal and still sends them to DLT.
+TEST_F(DltTest, TheIndexersScanSendsTheLibrarysRecordsToo) {
+    PrivateDaemon daemon;
+    ASSERT_TRUE(daemon.start());
+    setenv("DLT_PIPE_DIR", daemon.fifoFolder().c_str(), 1);
+    TempDir partition;
+    const tangor::test::ProgramResult scan =
+        runProgram({TANGOR_INDEX, "scan", "--quiet", "--device", "dltscan", partition.path()});
+    EXPECT_EQ(scan.status, 0) << scan.standardError;
+    const std::string text = daemon.recordsUpTo("Inserting db version");
+    EXPECT_TRUE(containsLine(text, R"( TNGR TCOM log info V 3 \[createDb [0-9]+ createDb\])"))
+        << text;
+}
+
 // A daemon killed leaves its FIFO behind, without a reader: libdlt would buffer the records and
 // warn; they go to standard error instead, and nothing to standard output.
 TEST(DltFallback, FifoWithoutReaderMeansStandardErrorAndNothingOnStandardOutput) {

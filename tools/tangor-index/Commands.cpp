@@ -48,10 +48,11 @@ const char* levelName(DltLogLevelType level) {
     }
 }
 
-// The library's records go through the progress display, so they never cut the bar in two; info
-// records only when asked for.
+// The library's records go to DLT as they would without the indexer, and through the progress
+// display, so they never cut the bar in two; info records there only when asked for.
 void routeLibraryLog(Progress& progress, bool verbose) {
     setLogSink([&progress, verbose](const LogRecord& record) {
+        sendToDlt(record);
         if (verbose || record.level <= DLT_LOG_WARN) {
             progress.printLine(std::string("tangor-index: library ") + levelName(record.level) +
                                ": " + record.function + ": " + record.message);

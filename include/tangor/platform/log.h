@@ -49,3 +49,8 @@ using LogSink = std::function<void(const LogRecord&)>;
 // Replaces the sink for the whole process; an empty function restores the default sink. A record
 // being delivered while the sink is replaced still goes to the sink it started with.
 TANGOR_EXPORT void setLogSink(LogSink sink);
+
+// Sends `record` to DLT where the default sink would: a daemon runs and the context's level takes
+// the record. Returns whether it was sent. A sink of a program's own calls it to keep the
+// platform's log whole beside its own display.
+TANGOR_EXPORT bool sendToDlt(const LogRecord& record);
