@@ -9,8 +9,8 @@
 #include <iterator>
 #include <vector>
 
+#include "iwnn/DictionaryFormat.h"
 #include "platform/FixedPaths.h"
-#include "platform/iwnn/DictionaryFormat.h"
 
 namespace tangor::fuzz {
 

@@ -10,7 +10,7 @@
 #include <string>
 #include <tuple>
 
-#include "platform/iwnn/DictionaryFormat.h"
+#include "iwnn/DictionaryFormat.h"
 #include "support/TestSupport.h"
 
 namespace tangor::test {

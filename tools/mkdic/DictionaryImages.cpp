@@ -4,7 +4,7 @@
 #include <cmath>
 #include <iterator>
 
-#include "platform/iwnn/DictionaryFormat.h"
+#include "iwnn/DictionaryFormat.h"
 
 namespace corvina::mkdic {
 

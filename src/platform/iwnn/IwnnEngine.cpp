@@ -11,7 +11,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "platform/iwnn/DictionaryFormat.h"
+#include "iwnn/DictionaryFormat.h"
 #include "platform/iwnn/Segmenter.h"
 #include "platform/iwnn/WordTable.h"
 

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <limits>
 
-#include "platform/iwnn/DictionaryFormat.h"
+#include "iwnn/DictionaryFormat.h"
 
 namespace corvina::iwnn {
 
