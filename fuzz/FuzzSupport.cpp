@@ -9,8 +9,8 @@
 #include <iterator>
 #include <vector>
 
+#include "internal/FixedPaths.h"
 #include "iwnn/DictionaryFormat.h"
-#include "platform/FixedPaths.h"
 
 namespace tangor::fuzz {
 

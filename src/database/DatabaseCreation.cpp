@@ -6,7 +6,7 @@
 
 #include "database/Schema.h"
 #include "database/SingleRowInsert.h"
-#include "platform/Logging.h"
+#include "internal/Logging.h"
 
 namespace corvina {
 

@@ -10,7 +10,7 @@
 
 #include "database/DatabaseFiles.h"
 #include "database/Schema.h"
-#include "platform/Logging.h"
+#include "internal/Logging.h"
 
 namespace corvina {
 

@@ -7,7 +7,7 @@
 
 #include <tangor/database/DatabaseMgr.h>
 
-#include "platform/FixedPaths.h"
+#include "internal/FixedPaths.h"
 
 namespace corvina {
 

@@ -8,7 +8,7 @@
 
 #include "database/DatabaseFiles.h"
 #include "database/Schema.h"
-#include "platform/Logging.h"
+#include "internal/Logging.h"
 
 namespace corvina {
 

@@ -6,7 +6,7 @@
 #include <tuple>
 #include <vector>
 
-#include "platform/Logging.h"
+#include "internal/Logging.h"
 #include "support/TestSupport.h"
 
 // Logs through the library's macro and gives the line it logged from.

@@ -1,4 +1,4 @@
-#include "platform/iwnn/WordTable.h"
+#include "iwnn/WordTable.h"
 
 #include <algorithm>
 #include <cstring>

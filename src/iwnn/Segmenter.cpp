@@ -1,4 +1,4 @@
-#include "platform/iwnn/Segmenter.h"
+#include "iwnn/Segmenter.h"
 
 #include <algorithm>
 #include <limits>
