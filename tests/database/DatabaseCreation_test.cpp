@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <string>
 
-#include "database/DatabaseTest.h"
+#include "support/DatabaseTest.h"
 
 namespace {
 

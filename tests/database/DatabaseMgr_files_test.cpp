@@ -5,7 +5,7 @@
 #include <filesystem>
 #include <string>
 
-#include "database/DatabaseTest.h"
+#include "support/DatabaseTest.h"
 
 namespace {
 

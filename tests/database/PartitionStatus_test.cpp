@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "database/DatabaseTest.h"
+#include "support/DatabaseTest.h"
 
 namespace {
 

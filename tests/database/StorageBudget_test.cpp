@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "database/DatabaseTest.h"
+#include "support/DatabaseTest.h"
 
 namespace {
 

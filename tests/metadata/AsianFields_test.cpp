@@ -9,7 +9,7 @@
 #include <string>
 #include <tuple>
 
-#include "phonetic/InstalledDictionaries.h"
+#include "support/InstalledDictionaries.h"
 #include "support/TestSupport.h"
 
 namespace corvina {

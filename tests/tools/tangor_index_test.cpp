@@ -13,7 +13,7 @@
 
 #include "SampleLayout.h"
 #include "Scanner.h"
-#include "phonetic/InstalledDictionaries.h"
+#include "support/InstalledDictionaries.h"
 #include "support/TestSupport.h"
 
 namespace tangor::test {
