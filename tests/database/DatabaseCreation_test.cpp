@@ -6,6 +6,8 @@
 
 #include "support/DatabaseTest.h"
 
+namespace tangor::test {
+
 namespace {
 
 using namespace tangor::test;
@@ -114,3 +116,5 @@ TEST_F(CreateDbTest, AFreshFileThatStillMismatchesIsNotRecreatedAgain) {
 }
 
 }  // namespace
+
+}  // namespace tangor::test

@@ -7,6 +7,8 @@
 
 #include "support/DatabaseTest.h"
 
+namespace tangor::test {
+
 namespace {
 
 using namespace tangor::test;
@@ -90,3 +92,5 @@ TEST_F(FilesTest, DeviceIdThatWouldNameAnotherFileIsRefused) {
 }
 
 }  // namespace
+
+}  // namespace tangor::test

@@ -4,6 +4,8 @@
 
 #include "support/DatabaseTest.h"
 
+namespace tangor::test {
+
 namespace {
 
 using namespace tangor::test;
@@ -79,3 +81,5 @@ TEST_F(StatusTest, AnUnopenableDatabaseThrowsFromEveryOperation) {
 }
 
 }  // namespace
+
+}  // namespace tangor::test

@@ -9,6 +9,8 @@
 
 #include "support/DatabaseTest.h"
 
+namespace tangor::test {
+
 namespace {
 
 using namespace tangor::test;
@@ -117,3 +119,5 @@ TEST_F(BudgetTest, SingleFileLimitIsStrictlyAbove75MiB) {
 }
 
 }  // namespace
+
+}  // namespace tangor::test

@@ -23,8 +23,10 @@
 
 #include "support/TestSupport.h"
 
-using tangor::test::runProgram;
-using tangor::test::TempDir;
+namespace tangor::test {
+
+using ::tangor::test::runProgram;
+using ::tangor::test::TempDir;
 
 namespace {
 
@@ -238,3 +240,5 @@ TEST(DltFallback, FifoWithoutReaderMeansStandardErrorAndNothingOnStandardOutput)
 }
 
 }  // namespace
+
+}  // namespace tangor::test

@@ -9,6 +9,8 @@
 #include "internal/Logging.h"
 #include "support/TestSupport.h"
 
+namespace tangor::test {
+
 // Logs through the library's macro and gives the line it logged from.
 static int logFromHere() {
     TANGOR_LOG(DLT_LOG_WARN, "value %d of %s", 7, "seven");
@@ -70,3 +72,5 @@ TEST(Log, ThreadsMayLogWhileTheSinkIsReplaced) {
     setLogSink({});
     EXPECT_EQ(delivered, 300);
 }
+
+}  // namespace tangor::test

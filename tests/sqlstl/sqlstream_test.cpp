@@ -8,6 +8,8 @@
 
 #include "support/TestSupport.h"
 
+namespace tangor::test {
+
 namespace {
 
 using namespace sqlstl;
@@ -161,3 +163,5 @@ TEST_F(SqlStreamTest, ReadingWalksRowsAndFailuresSetBadbit) {
 }
 
 }  // namespace
+
+}  // namespace tangor::test

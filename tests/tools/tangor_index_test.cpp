@@ -22,7 +22,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr int kFiles = sample::minimumFiles;
+constexpr int kFiles = sample::kMinimumFiles;
 
 class TangorIndexTest : public FixedPathsTest {
 protected:

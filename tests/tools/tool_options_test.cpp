@@ -7,8 +7,10 @@
 
 #include "support/TestSupport.h"
 
-using tangor::test::runProgram;
-using tangor::test::TempDir;
+namespace tangor::test {
+
+using ::tangor::test::runProgram;
+using ::tangor::test::TempDir;
 
 namespace {
 
@@ -68,3 +70,5 @@ TEST(ToolOptions, HelpVersionAndWrongUsageAnswerWithTheirStatusOnTheirStream) {
 }
 
 }  // namespace
+
+}  // namespace tangor::test

@@ -74,11 +74,11 @@
 #include <utility>
 #include <vector>
 
-namespace sample {
+namespace tangor::sample {
 
-inline constexpr int defaultFiles = 40;
-inline constexpr int minimumFiles = 12;
-inline constexpr int maximumFiles = 1000000;
+inline constexpr int kDefaultFiles = 40;
+inline constexpr int kMinimumFiles = 12;
+inline constexpr int kMaximumFiles = 1000000;
 
 inline constexpr const char* chineseTrack = "你好/音乐/01 北京.mp3";
 inline constexpr const char* chineseSecondTrack = "你好/音乐/02 矮.flac";
@@ -96,9 +96,9 @@ inline constexpr const char* windowsPlaylist = "Playlists/Windows.m3u";
 inline constexpr const char* mixPlaylist = "Playlists/Mix.pls";
 inline constexpr const char* albumPlaylist = "你好/音乐/音乐.m3u";
 
-inline constexpr int specialFiles = 7;
-inline constexpr int tracksPerAlbum = 10;
-inline constexpr int albumsPerArtist = 3;
+inline constexpr int kSpecialFiles = 7;
+inline constexpr int kTracksPerAlbum = 10;
+inline constexpr int kAlbumsPerArtist = 3;
 
 enum class Format { Mp3, Flac, M4a, M4b, Opus, Wav };
 
@@ -183,7 +183,7 @@ inline constexpr const char* composerFirst[] = {"Alex",  "Maria", "John",  "Elen
                                                 "Peter", "Sofia", "David", "Laura"};
 inline constexpr const char* composerLast[] = {"Morgan", "Keller", "Hansen", "Rossi",
                                                "Novak",  "Berg",   "Moreau", "Lindqvist"};
-inline constexpr Format trackFormats[tracksPerAlbum] = {
+inline constexpr Format kTrackFormats[kTracksPerAlbum] = {
     Format::Mp3, Format::Flac, Format::M4a,  Format::Opus, Format::Wav,
     Format::Mp3, Format::Mp3,  Format::Flac, Format::Mp3,  Format::Mp3};
 
@@ -249,19 +249,19 @@ inline std::string albumName(int album) {
     return detail::pairName(detail::albumFirst, detail::albumSecond, album);
 }
 
-// Audio file `index`, 0 <= index < maximumFiles.
+// Audio file `index`, 0 <= index < kMaximumFiles.
 inline AudioFile audioFile(int index) {
     using namespace detail;
-    if (index < specialFiles) {
+    if (index < kSpecialFiles) {
         return specialFile(index);
     }
-    const int ordinary = index - specialFiles;
-    const int album = ordinary / tracksPerAlbum;
-    const int number = ordinary % tracksPerAlbum + 1;
+    const int ordinary = index - kSpecialFiles;
+    const int album = ordinary / kTracksPerAlbum;
+    const int number = ordinary % kTracksPerAlbum + 1;
     Tags tags;
     tags.title =
         pairName(titleFirst, titleSecond, ordinary % (count(titleFirst) * count(titleSecond)));
-    tags.artist = artistName(album / albumsPerArtist);
+    tags.artist = artistName(album / kAlbumsPerArtist);
     tags.album = albumName(album);
     tags.genre = genres[album % count(genres)];
     tags.composer =
@@ -269,7 +269,7 @@ inline AudioFile audioFile(int index) {
     tags.track = number;
     tags.disc = 1;
     tags.year = 1970 + album % 50;
-    const Format format = trackFormats[number - 1];
+    const Format format = kTrackFormats[number - 1];
     const std::string path = tags.artist + "/" + tags.album + "/" + twoDigits(number) + " " +
                              tags.title + extension(format);
     return AudioFile{path, format, Content::Tagged, std::move(tags)};
@@ -429,4 +429,4 @@ inline std::vector<LegacyPlaylist> legacyPlaylists() {
     };
 }
 
-}  // namespace sample
+}  // namespace tangor::sample

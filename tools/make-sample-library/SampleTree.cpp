@@ -23,7 +23,7 @@
 #include "AudioTemplates.h"
 #include "SampleLayout.h"
 
-namespace sample {
+namespace tangor::sample {
 
 namespace {
 
@@ -328,4 +328,4 @@ TreeCounts writeTree(const std::string& root, int files, bool legacyTags) {
     return TreeCounts{files, playlistCount};
 }
 
-}  // namespace sample
+}  // namespace tangor::sample

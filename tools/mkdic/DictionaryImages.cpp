@@ -6,7 +6,7 @@
 
 #include "iwnn/DictionaryFormat.h"
 
-namespace corvina::mkdic {
+namespace tangor::mkdic {
 
 using namespace corvina::iwnn;
 
@@ -94,4 +94,4 @@ DictionaryImages buildImages(const std::vector<WordEntry>& entries, bool weighte
     return images;
 }
 
-}  // namespace corvina::mkdic
+}  // namespace tangor::mkdic
