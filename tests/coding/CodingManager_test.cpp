@@ -17,7 +17,6 @@ namespace tangor::test {
 namespace {
 
 using corvina::CodingManager;
-using ::tangor::test::LogCapture;
 
 // The coding is cached for the life of a process, so each case runs in a child process of its
 // own; a failed expectation there makes the child exit with 1.

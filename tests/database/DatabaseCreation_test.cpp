@@ -10,8 +10,6 @@ namespace tangor::test {
 
 namespace {
 
-using namespace tangor::test;
-
 class CreateDbTest : public DatabaseTest {
 protected:
     long count(const std::string& record) {

@@ -11,8 +11,6 @@ namespace tangor::test {
 
 namespace {
 
-using namespace tangor::test;
-
 using FilesTest = DatabaseTest;
 
 TEST_F(FilesTest, NameDirectoryAndOpen) {

@@ -8,8 +8,6 @@ namespace tangor::test {
 
 namespace {
 
-using namespace tangor::test;
-
 class StatusTest : public DatabaseTest {
 protected:
     void SetUp() override {

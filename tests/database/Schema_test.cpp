@@ -12,7 +12,6 @@ namespace tangor::test {
 namespace {
 
 using Rows = std::vector<std::string>;
-using ::tangor::test::execSql;
 
 std::string song(const std::string& partition, const std::string& id,
                  const std::string& composer = "co") {

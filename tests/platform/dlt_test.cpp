@@ -25,9 +25,6 @@
 
 namespace tangor::test {
 
-using ::tangor::test::runProgram;
-using ::tangor::test::TempDir;
-
 namespace {
 
 // Polls `done` every 20 ms for at most `seconds`.

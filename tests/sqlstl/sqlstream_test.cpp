@@ -13,7 +13,6 @@ namespace tangor::test {
 namespace {
 
 using namespace sqlstl;
-using namespace tangor::test;
 using Lines = std::vector<std::string>;
 constexpr auto kEof = std::ios::eofbit, kFail = std::ios::failbit, kBad = std::ios::badbit;
 

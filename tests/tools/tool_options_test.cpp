@@ -9,9 +9,6 @@
 
 namespace tangor::test {
 
-using ::tangor::test::runProgram;
-using ::tangor::test::TempDir;
-
 namespace {
 
 bool startsWith(const std::string& text, const std::string& start) {

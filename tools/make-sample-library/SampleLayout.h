@@ -8,15 +8,17 @@
 // i (0 <= i < N) is audioFile(i); its path does not depend on N, so a larger tree holds every file
 // of a smaller one, byte for byte. Paths below are relative to DIR and use "/".
 //
+// clang-format off
 // Files 0 to 6 are special:
-//   0  你好/音乐/01 北京.mp3                      Chinese tags: title 北京, artist 你好, album 音乐
-//   1  你好/音乐/02 矮.flac                        Chinese tags: title 矮, artist 你好, album 音乐
+//   0  你好/音乐/01 北京.mp3                          Chinese tags: title 北京, artist 你好, album 音乐
+//   1  你好/音乐/02 矮.flac                           Chinese tags: title 矮, artist 你好, album 音乐
 //      (every one of those texts is made of words of tests/phonetic/pinyin-words.txt)
-//   2  東京バンド/東京ライブ/01 ﾊﾛｰ ワールド.m4a   Japanese tags: kanji, katakana, half-width
-//   katakana 3  Anna Reader/The Long Road/01 Departure.m4b  audiobook (MP4), genre "Audiobook" 4
-//   Road Podcast/Season 1/01 First Episode.mp3  genre "Podcast" 5  Misc/untagged.mp3 valid audio,
-//   no tag at all 6  Misc/broken.flac                            TagLib rejects it (FileRef is
-//   null)
+//   2  東京バンド/東京ライブ/01 ﾊﾛｰ ワールド.m4a      Japanese tags: kanji, katakana, half-width katakana
+//   3  Anna Reader/The Long Road/01 Departure.m4b    audiobook (MP4), genre "Audiobook"
+//   4  Road Podcast/Season 1/01 First Episode.mp3    genre "Podcast"
+//   5  Misc/untagged.mp3                             valid audio, no tag at all
+//   6  Misc/broken.flac                              TagLib rejects it (FileRef is null)
+// clang-format on
 // Files 7 and up are ordinary tracks: j = i - 7, album j / 10, track number j % 10 + 1, artist
 // album / 3, so 10 tracks per album and 3 albums per artist, at
 // "<Artist>/<Album>/<NN> <Title>.<ext>". The formats by track number 1 to 10 are mp3, flac, m4a,
