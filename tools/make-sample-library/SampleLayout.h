@@ -76,6 +76,8 @@
 #include <utility>
 #include <vector>
 
+#include "TrackTags.h"
+
 namespace tangor::sample {
 
 inline constexpr int kDefaultFiles = 40;
@@ -106,16 +108,7 @@ enum class Format { Mp3, Flac, M4a, M4b, Opus, Wav };
 
 enum class Content { Tagged, Untagged, Broken };
 
-struct Tags {
-    std::string title;
-    std::string artist;
-    std::string album;
-    std::string genre;
-    std::string composer;
-    int track = 0;
-    int disc = 0;
-    int year = 0;
-};
+using Tags = TrackTags;
 
 struct AudioFile {
     std::string path;
@@ -268,8 +261,8 @@ inline AudioFile audioFile(int index) {
     tags.genre = genres[album % count(genres)];
     tags.composer =
         pairName(composerFirst, composerLast, album % (count(composerFirst) * count(composerLast)));
-    tags.track = number;
-    tags.disc = 1;
+    tags.trackNumber = number;
+    tags.discNumber = 1;
     tags.year = 1970 + album % 50;
     const Format format = kTrackFormats[number - 1];
     const std::string path = tags.artist + "/" + tags.album + "/" + twoDigits(number) + " " +
