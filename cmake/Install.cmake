@@ -1,6 +1,6 @@
 # Installs the headers, the library, a pkg-config file and a CMake package (find_package(tangor-common)
 # gives the target tangor::common), and the programs' manual pages. Each rule names its component,
-# which becomes one Debian package (cmake/Packaging.cmake): runtime, dev, tools.
+# which becomes one Debian package (cmake/Packaging.cmake): runtime, dev, tools (when built).
 include(CMakePackageConfigHelpers)
 
 set(tangor_cmake_dir ${CMAKE_INSTALL_LIBDIR}/cmake/tangor-common)
@@ -43,18 +43,21 @@ install(FILES ${PROJECT_BINARY_DIR}/tangor-common.pc DESTINATION ${CMAKE_INSTALL
         COMPONENT dev)
 
 # Manual pages, compressed as Debian installs them.
-find_program(TANGOR_GZIP gzip REQUIRED)
-set(tangor_man_pages tangor-index.1 tangor-mkdic.1 make-sample-library.1)
-set(tangor_compressed_man_pages)
-foreach(page IN LISTS tangor_man_pages)
-  set(compressed ${PROJECT_BINARY_DIR}/man/${page}.gz)
-  add_custom_command(OUTPUT ${compressed}
-    COMMAND ${CMAKE_COMMAND} -E copy ${PROJECT_SOURCE_DIR}/docs/man/${page}
-            ${PROJECT_BINARY_DIR}/man/${page}
-    COMMAND ${TANGOR_GZIP} -9 -n -f ${PROJECT_BINARY_DIR}/man/${page}
-    DEPENDS ${PROJECT_SOURCE_DIR}/docs/man/${page}
-    VERBATIM)
-  list(APPEND tangor_compressed_man_pages ${compressed})
-endforeach()
-add_custom_target(tangor-man-pages ALL DEPENDS ${tangor_compressed_man_pages})
-install(FILES ${tangor_compressed_man_pages} DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tools)
+if(TANGOR_BUILD_TOOLS)
+  find_program(TANGOR_GZIP gzip REQUIRED)
+  set(tangor_man_pages tangor-index.1 tangor-mkdic.1 make-sample-library.1)
+  set(tangor_compressed_man_pages)
+  foreach(page IN LISTS tangor_man_pages)
+    set(compressed ${PROJECT_BINARY_DIR}/man/${page}.gz)
+    add_custom_command(OUTPUT ${compressed}
+      COMMAND ${CMAKE_COMMAND} -E copy ${PROJECT_SOURCE_DIR}/docs/man/${page}
+              ${PROJECT_BINARY_DIR}/man/${page}
+      COMMAND ${TANGOR_GZIP} -9 -n -f ${PROJECT_BINARY_DIR}/man/${page}
+      DEPENDS ${PROJECT_SOURCE_DIR}/docs/man/${page}
+      VERBATIM)
+    list(APPEND tangor_compressed_man_pages ${compressed})
+  endforeach()
+  add_custom_target(tangor-man-pages ALL DEPENDS ${tangor_compressed_man_pages})
+  install(FILES ${tangor_compressed_man_pages} DESTINATION ${CMAKE_INSTALL_MANDIR}/man1
+          COMPONENT tools)
+endif()

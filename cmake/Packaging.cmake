@@ -8,7 +8,10 @@
 #                                          build installs any
 # Each package carries its copyright file and changelog, as Debian asks of every package.
 
-set(tangor_package_components runtime dev tools)
+set(tangor_package_components runtime dev)
+if(TANGOR_BUILD_TOOLS)
+  list(APPEND tangor_package_components tools)
+endif()
 get_cmake_property(tangor_install_components COMPONENTS)
 if(dictionaries IN_LIST tangor_install_components)
   list(APPEND tangor_package_components dictionaries)

@@ -9,8 +9,8 @@
 #include <iterator>
 #include <vector>
 
-#include "platform/FixedPaths.h"
-#include "platform/iwnn/DictionaryFormat.h"
+#include "internal/FixedPaths.h"
+#include "iwnn/DictionaryFormat.h"
 
 namespace tangor::fuzz {
 

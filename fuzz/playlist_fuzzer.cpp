@@ -8,7 +8,7 @@
 
 #include "FuzzSupport.h"
 #include "Playlist.h"
-#include "platform/FixedPaths.h"
+#include "internal/FixedPaths.h"
 
 namespace {
 

@@ -17,12 +17,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (file == nullptr) {
         return 0;
     }
-    corvina::mkdic::WordList list;
+    tangor::mkdic::WordList list;
     std::string error;
-    corvina::mkdic::readWordList(file, list, error);
+    tangor::mkdic::readWordList(file, list, error);
     std::fclose(file);
     for (std::size_t i = 0; i < list.entries.size(); ++i) {
-        const corvina::mkdic::WordEntry& entry = list.entries[i];
+        const tangor::mkdic::WordEntry& entry = list.entries[i];
         if (entry.word.empty() || entry.reading.empty() ||
             (i > 0 && list.entries[i - 1].word > entry.word)) {
             std::abort();

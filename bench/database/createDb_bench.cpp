@@ -19,7 +19,7 @@ namespace {
 
 const std::string kDevice = "usb1";
 const std::string kMountPoint = "/media/usb1";
-const std::string kDirectory = corvina::databaseDirectory;
+const std::string kDirectory = corvina::kDatabaseDirectory;
 
 // A current database for the device among a few others, as a head unit that has seen several
 // devices would have.
@@ -61,7 +61,7 @@ void listDatabaseFiles() {
 sqlite3* openConnection(const std::string& path) {
     sqlite3* db = nullptr;
     sqlite3_open(path.c_str(), &db);
-    sqlite3_busy_timeout(db, corvina::busyTimeoutMs);
+    sqlite3_busy_timeout(db, corvina::kBusyTimeoutMs);
     return db;
 }
 
@@ -82,10 +82,10 @@ void createDb_current_floor(benchmark::State& state) {
     for (auto _ : state) {
         listDatabaseFiles();
         sqlite3* writer = openConnection(path);
-        sqlite3_exec(writer, corvina::schemaScript, nullptr, nullptr, nullptr);
+        sqlite3_exec(writer, corvina::kSchemaScript, nullptr, nullptr, nullptr);
         sqlite3* reader = openConnection(path);
-        benchmark::DoNotOptimize(selectText(reader, corvina::selectVersionSql));
-        benchmark::DoNotOptimize(selectText(reader, corvina::selectCodingSql));
+        benchmark::DoNotOptimize(selectText(reader, corvina::kSelectVersionSql));
+        benchmark::DoNotOptimize(selectText(reader, corvina::kSelectCodingSql));
 
         gchar* digest = g_compute_checksum_for_data(
             G_CHECKSUM_MD5, reinterpret_cast<const guchar*>(kMountPoint.data()),
@@ -94,7 +94,7 @@ void createDb_current_floor(benchmark::State& state) {
         g_free(digest);
         sqlite3_exec(writer, "BEGIN TRANSACTION;", nullptr, nullptr, nullptr);
         sqlite3_stmt* stmt = nullptr;
-        sqlite3_prepare_v2(writer, corvina::insertPresenceSql, -1, &stmt, nullptr);
+        sqlite3_prepare_v2(writer, corvina::kInsertPresenceSql, -1, &stmt, nullptr);
         sqlite3_bind_text(stmt, 1, partitionId.c_str(), -1, SQLITE_STATIC);
         sqlite3_step(stmt);
         sqlite3_exec(writer, "END TRANSACTION;", nullptr, nullptr, nullptr);

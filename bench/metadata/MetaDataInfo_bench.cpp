@@ -14,23 +14,23 @@ using corvina::MetaDataInfo;
 using corvina::StrippedValue;
 
 // 80 bytes, a typical path below a mount point, with short tags.
-const std::string path =
+const std::string kPath =
     "Music/The Night Quartet/Blue Hours (Deluxe Edition)/1 - Slow Rain (Remaster).mp3";
-const std::string directory = path.substr(0, path.rfind('/'));
-const std::string mountPoint = "/media/usb1";
-const std::string title = "Slow Rain";
-const std::string artist = "The Night Quartet";
-const std::string album = "Blue Hours";
-const std::string genre = "Jazz";
-const std::string composer = "J. Doe";
+const std::string kDirectory = kPath.substr(0, kPath.rfind('/'));
+const std::string kMountPoint = "/media/usb1";
+const std::string kTitle = "Slow Rain";
+const std::string kArtist = "The Night Quartet";
+const std::string kAlbum = "Blue Hours";
+const std::string kGenre = "Jazz";
+const std::string kComposer = "J. Doe";
 
 StrippedValue view(const std::string& text) {
     return corvina::trim(text.c_str(), static_cast<unsigned>(text.size()));
 }
 
 void sevenDigests(benchmark::State& state) {
-    const std::string* const texts[] = {&path,     &artist,    &album,     &genre,
-                                        &composer, &directory, &mountPoint};
+    const std::string* const texts[] = {&kPath,     &kArtist,    &kAlbum,     &kGenre,
+                                        &kComposer, &kDirectory, &kMountPoint};
     for (auto _ : state) {
         for (const std::string* text : texts) {
             gchar* digest = g_compute_checksum_for_data(
@@ -45,17 +45,17 @@ BENCHMARK(sevenDigests)->Name("MetaDataInfo_stripped_floor");
 
 void MetaDataInfo_strings(benchmark::State& state) {
     for (auto _ : state) {
-        MetaDataInfo info(path, mountPoint, title, artist, album, genre, composer, 1, 1, 0);
+        MetaDataInfo info(kPath, kMountPoint, kTitle, kArtist, kAlbum, kGenre, kComposer, 1, 1, 0);
         benchmark::DoNotOptimize(info);
     }
 }
 BENCHMARK(MetaDataInfo_strings);
 
 void MetaDataInfo_stripped(benchmark::State& state) {
-    const StrippedValue tags[] = {view(title), view(artist), view(album), view(genre),
-                                  view(composer)};
+    const StrippedValue tags[] = {view(kTitle), view(kArtist), view(kAlbum), view(kGenre),
+                                  view(kComposer)};
     for (auto _ : state) {
-        MetaDataInfo info(path, mountPoint, tags[0], tags[1], tags[2], tags[3], tags[4], 1, 1, 0);
+        MetaDataInfo info(kPath, kMountPoint, tags[0], tags[1], tags[2], tags[3], tags[4], 1, 1, 0);
         benchmark::DoNotOptimize(info);
     }
 }

@@ -26,7 +26,7 @@ namespace fs = std::filesystem;
 using corvina::Md5;
 using corvina::MetaDataInfo;
 
-const std::vector<std::string> titles = {
+const std::vector<std::string> kTitles = {
     "月亮代表我的心",
     "北京欢迎你",
     "童话故事",
@@ -111,7 +111,7 @@ void transf_to_pinyin_titles(benchmark::State& state) {
     loadDictionary();
     char copy[256];
     for (auto _ : state) {
-        for (const std::string& title : titles) {
+        for (const std::string& title : kTitles) {
             std::snprintf(copy, sizeof(copy), "%s", title.c_str());
             char* reading = transf_to_pinyin(copy);
             benchmark::DoNotOptimize(reading);
@@ -122,7 +122,7 @@ void transf_to_pinyin_titles(benchmark::State& state) {
 
 void transf_to_pinyin_titles_floor(benchmark::State& state) {
     for (auto _ : state) {
-        for (const std::string& title : titles) {
+        for (const std::string& title : kTitles) {
             Md5 id(Md5::Album, title);
             benchmark::DoNotOptimize(id.value.data());
         }

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <mutex>
 
-#include "platform/Logging.h"
+#include "internal/Logging.h"
 
 namespace corvina {
 

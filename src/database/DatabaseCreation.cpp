@@ -6,7 +6,7 @@
 
 #include "database/Schema.h"
 #include "database/SingleRowInsert.h"
-#include "platform/Logging.h"
+#include "internal/Logging.h"
 
 namespace corvina {
 
@@ -25,23 +25,23 @@ void DatabaseMgr::createDb(const std::string& devId, const std::string& mountPoi
     // coding could not be written, or the old file could not be removed) would do so forever.
     for (bool recreated = false;; recreated = true) {
         TANGOR_LOG(DLT_LOG_INFO, "createDb");
-        checkAndDelete(devId, storageBudget);
+        checkAndDelete(devId, kStorageBudget);
         sqlstl::sqlostream os;
-        open(devId, os, busyTimeoutMs);
-        os.exec(schemaScript);
+        open(devId, os, kBusyTimeoutMs);
+        os.exec(kSchemaScript);
         sqlstl::sqlistream is;
-        open(devId, is, busyTimeoutMs);
+        open(devId, is, kBusyTimeoutMs);
 
         const std::string version = getVersion(is);
         bool current = true;
         if (version.empty()) {
-            TANGOR_LOG(DLT_LOG_INFO, "Inserting db version: %s", schemaVersion);
+            TANGOR_LOG(DLT_LOG_INFO, "Inserting db version: %s", kSchemaVersion);
             insertVersion(os);
-            insertStatus(devId, mountPoint, newStatus);
+            insertStatus(devId, mountPoint, kNewStatus);
             insertCoding(os);
-        } else if (version != schemaVersion) {
+        } else if (version != kSchemaVersion) {
             TANGOR_LOG(DLT_LOG_INFO, "db version NOT equal: old %s, new %s DELETE DB",
-                       version.c_str(), schemaVersion);
+                       version.c_str(), kSchemaVersion);
             current = false;
         }
         if (current) {
@@ -64,7 +64,7 @@ void DatabaseMgr::createDb(const std::string& devId, const std::string& mountPoi
 
         if (isFirst) {
             TANGOR_LOG(DLT_LOG_INFO, "Is First partition erase partition presence");
-            os.exec(presenceResetScript);
+            os.exec(kPresenceResetScript);
         }
         insertPresence(os, mountPoint);
         os.close();
@@ -74,23 +74,23 @@ void DatabaseMgr::createDb(const std::string& devId, const std::string& mountPoi
 }
 
 void DatabaseMgr::insertVersion(sqlstl::sqlostream& os) {
-    insertSingleRow(os, insertVersionSql, schemaVersion);
+    insertSingleRow(os, kInsertVersionSql, kSchemaVersion);
 }
 
 void DatabaseMgr::insertCoding(sqlstl::sqlostream& os) {
     TANGOR_LOG(DLT_LOG_INFO, "insertCoding");
-    insertSingleRow(os, insertCodingSql, currentCountryCode());
+    insertSingleRow(os, kInsertCodingSql, currentCountryCode());
 }
 
 void DatabaseMgr::insertPresence(sqlstl::sqlostream& os, const std::string& mountPoint) {
     TANGOR_LOG(DLT_LOG_INFO, "insertPresence");
     const Md5 partitionId(Md5::Directory, mountPoint);
-    insertSingleRow(os, insertPresenceSql, partitionId.value.c_str());
+    insertSingleRow(os, kInsertPresenceSql, partitionId.value.c_str());
 }
 
 std::string DatabaseMgr::getVersion(sqlstl::sqlistream& is) {
     std::string version;
-    is.query(selectVersionSql);
+    is.query(kSelectVersionSql);
     is >> version >> sqlstl::step >> sqlstl::finalize;
     // No row (eofbit) or a NULL (failbit) is a file without a version, not a failure.
     if (is.bad()) {
@@ -101,7 +101,7 @@ std::string DatabaseMgr::getVersion(sqlstl::sqlistream& is) {
 
 int DatabaseMgr::getCoding(sqlstl::sqlistream& is) {
     int coding = -1;
-    is.query(selectCodingSql);
+    is.query(kSelectCodingSql);
     is >> coding >> sqlstl::step >> sqlstl::finalize;
     if (is.bad()) {
         throw DbValidationError("COULD NOT GET DB CODING");

@@ -20,7 +20,7 @@ inline bool isPlainDeviceId(const std::string& devId) {
 // "." and ".." never are.
 inline bool isDatabaseFileName(const char* name) {
     return std::strcmp(name, ".") != 0 && std::strcmp(name, "..") != 0 &&
-           strcasestr(name, databaseExtension) != nullptr;
+           strcasestr(name, kDatabaseExtension) != nullptr;
 }
 
 }  // namespace corvina

@@ -10,21 +10,21 @@
 
 #include "database/DatabaseFiles.h"
 #include "database/Schema.h"
-#include "platform/Logging.h"
+#include "internal/Logging.h"
 
 namespace corvina {
 
 std::string DatabaseMgr::getDbNameFromDevId(const std::string& devId) {
-    return databaseDirectory + devId + databaseExtension;
+    return kDatabaseDirectory + devId + kDatabaseExtension;
 }
 
 int DatabaseMgr::createDirectory() {
     struct stat status;
-    if (stat(databaseDirectory, &status) == 0) {
+    if (stat(kDatabaseDirectory, &status) == 0) {
         return 0;
     }
-    TANGOR_LOG(DLT_LOG_INFO, "Create directory %s", databaseDirectory);
-    mkdir(databaseDirectory, 0766);
+    TANGOR_LOG(DLT_LOG_INFO, "Create directory %s", kDatabaseDirectory);
+    mkdir(kDatabaseDirectory, 0766);
     return 0;
 }
 
@@ -56,9 +56,9 @@ void DatabaseMgr::sync(const std::string& devId) {
 
 void DatabaseMgr::reset() {
     TANGOR_LOG(DLT_LOG_INFO, "reset");
-    DIR* directory = opendir(databaseDirectory);
+    DIR* directory = opendir(kDatabaseDirectory);
     if (directory == nullptr) {
-        TANGOR_LOG(DLT_LOG_ERROR, "ERROR opening dir: %s", databaseDirectory);
+        TANGOR_LOG(DLT_LOG_ERROR, "ERROR opening dir: %s", kDatabaseDirectory);
         return;
     }
     // Names are gathered before anything is removed: removing entries while the directory is
@@ -66,7 +66,7 @@ void DatabaseMgr::reset() {
     std::vector<std::string> paths;
     while (const dirent* entry = readdir(directory)) {
         if (isDatabaseFileName(entry->d_name)) {
-            paths.push_back(databaseDirectory + std::string(entry->d_name));
+            paths.push_back(kDatabaseDirectory + std::string(entry->d_name));
         }
     }
     closedir(directory);

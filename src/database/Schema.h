@@ -7,26 +7,26 @@
 
 #include <tangor/database/DatabaseMgr.h>
 
-#include "platform/FixedPaths.h"
+#include "internal/FixedPaths.h"
 
 namespace corvina {
 
 // Where the device databases live, and what marks a file name as one.
-inline constexpr char databaseDirectory[] = TANGOR_FIXED_PATH("/var/opt/tangor/");
-inline constexpr char databaseExtension[] = ".tangor";
-inline constexpr int busyTimeoutMs = dbBusyTimeoutMs;
+inline constexpr char kDatabaseDirectory[] = TANGOR_FIXED_PATH("/var/opt/tangor/");
+inline constexpr char kDatabaseExtension[] = ".tangor";
+inline constexpr int kBusyTimeoutMs = dbBusyTimeoutMs;
 
-inline constexpr char schemaVersion[] = "1.15";
+inline constexpr char kSchemaVersion[] = "1.15";
 
 // Status that createDb gives the partition of a newly filled database.
-inline constexpr char newStatus[] = "NEW";
+inline constexpr char kNewStatus[] = "NEW";
 
 // All database files together are kept within the budget; one file past the limit is reported.
-inline constexpr off_t storageBudget = 68157440;
-inline constexpr off_t singleFileLimit = 78643200;
+inline constexpr off_t kStorageBudget = 68157440;
+inline constexpr off_t kSingleFileLimit = 78643200;
 
 // Safe to run on a database that already has the schema: everything is created "IF NOT EXISTS".
-inline constexpr char schemaScript[] =
+inline constexpr char kSchemaScript[] =
     "PRAGMA foreign_keys=OFF;"
     "PRAGMA encoding = \"UTF-8\";"
     "PRAGMA synchronous=NORMAL;"
@@ -115,29 +115,29 @@ inline constexpr char schemaScript[] =
     "WHERE PLAYLISTS.PARTITION_ID = PARTITION_PRESENCE.PARTITION_ID GROUP BY PLAYPATH;"
     "COMMIT;";
 
-inline constexpr char insertVersionSql[] = "INSERT INTO VERSION(VALUE) VALUES (?);";
-inline constexpr char insertCodingSql[] = "INSERT INTO CODING(VALUE) VALUES (?);";
-inline constexpr char insertPresenceSql[] =
+inline constexpr char kInsertVersionSql[] = "INSERT INTO VERSION(VALUE) VALUES (?);";
+inline constexpr char kInsertCodingSql[] = "INSERT INTO CODING(VALUE) VALUES (?);";
+inline constexpr char kInsertPresenceSql[] =
     "REPLACE INTO PARTITION_PRESENCE(PARTITION_ID) VALUES ( ?);";
-inline constexpr char selectVersionSql[] = "SELECT VALUE FROM VERSION;";
-inline constexpr char selectCodingSql[] = "SELECT VALUE FROM CODING;";
+inline constexpr char kSelectVersionSql[] = "SELECT VALUE FROM VERSION;";
+inline constexpr char kSelectCodingSql[] = "SELECT VALUE FROM CODING;";
 // The mount point follows in double quotes, then ";". SQLite takes a double-quoted token that names
 // no column as a string literal.
-inline constexpr char selectStatusSqlPrefix[] = "SELECT VALUE FROM STATUS WHERE MOUNTPOINT = ";
-inline constexpr char insertStatusSql[] =
+inline constexpr char kSelectStatusSqlPrefix[] = "SELECT VALUE FROM STATUS WHERE MOUNTPOINT = ";
+inline constexpr char kInsertStatusSql[] =
     "REPLACE INTO STATUS(MOUNTPOINT,PARTITION_ID, VALUE) VALUES (?, ?, ?);";
 
 // Run directly on a writing stream's connection around each single-row insertion.
-inline constexpr char beginTransactionSql[] = "BEGIN TRANSACTION;";
-inline constexpr char endTransactionSql[] = "END TRANSACTION;";
+inline constexpr char kBeginTransactionSql[] = "BEGIN TRANSACTION;";
+inline constexpr char kEndTransactionSql[] = "END TRANSACTION;";
 
 // Marks every partition absent before the first partition of a device is marked present again.
-inline constexpr char presenceResetScript[] =
+inline constexpr char kPresenceResetScript[] =
     "BEGIN TRANSACTION;     DELETE FROM PARTITION_PRESENCE;     COMMIT;";
 
 // Removes the rows of every partition that is not present; artists, albums, genres and composers
 // stay.
-inline constexpr char removalScript[] =
+inline constexpr char kRemovalScript[] =
     "BEGIN TRANSACTION; "
     "DELETE FROM SONGS WHERE PARTITION_ID NOT IN "
     "( SELECT DISTINCT PARTITION_ID FROM PARTITION_PRESENCE);"

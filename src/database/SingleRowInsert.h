@@ -14,10 +14,10 @@ namespace corvina {
 // Texts are bound without a copy: each must outlive this call.
 template <typename... Values>
 void insertSingleRow(sqlstl::sqlostream& os, const char* sql, const Values&... values) {
-    sqlite3_exec(os.db, beginTransactionSql, nullptr, nullptr, nullptr);
+    sqlite3_exec(os.db, kBeginTransactionSql, nullptr, nullptr, nullptr);
     os.query(sql);
     (os << ... << values) << sqlstl::step;
-    sqlite3_exec(os.db, endTransactionSql, nullptr, nullptr, nullptr);
+    sqlite3_exec(os.db, kEndTransactionSql, nullptr, nullptr, nullptr);
     os << sqlstl::finalize;
 }
 

@@ -8,7 +8,7 @@
 
 #include "database/DatabaseFiles.h"
 #include "database/Schema.h"
-#include "platform/Logging.h"
+#include "internal/Logging.h"
 
 namespace corvina {
 
@@ -16,16 +16,16 @@ std::vector<DatabaseMgr::DbFile> DatabaseMgr::getDatabaseInfo() {
     TANGOR_LOG(DLT_LOG_INFO, "getDatabaseInfo");
     createDirectory();
     std::vector<DbFile> files;
-    DIR* directory = opendir(databaseDirectory);
+    DIR* directory = opendir(kDatabaseDirectory);
     if (directory == nullptr) {
-        TANGOR_LOG(DLT_LOG_ERROR, "ERROR opening dir: %s", databaseDirectory);
+        TANGOR_LOG(DLT_LOG_ERROR, "ERROR opening dir: %s", kDatabaseDirectory);
         return files;
     }
     while (const dirent* entry = readdir(directory)) {
         if (!isDatabaseFileName(entry->d_name)) {
             continue;
         }
-        std::string path = databaseDirectory + std::string(entry->d_name);
+        std::string path = kDatabaseDirectory + std::string(entry->d_name);
         struct stat status;
         if (stat(path.c_str(), &status) != 0) {
             continue;
@@ -69,7 +69,7 @@ void DatabaseMgr::checkAndDelete(const std::string& devId, off_t limit) {
 
 bool DatabaseMgr::dbSizeHasReachLimit(const std::string& path) {
     struct stat status;
-    if (stat(path.c_str(), &status) != 0 || status.st_size <= singleFileLimit) {
+    if (stat(path.c_str(), &status) != 0 || status.st_size <= kSingleFileLimit) {
         return false;
     }
     TANGOR_LOG(DLT_LOG_INFO, "Limit reach on single db size");

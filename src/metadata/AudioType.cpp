@@ -13,7 +13,7 @@ namespace {
 // Lower-case genres that mark an audiobook, each matched as a whole text. Entries that look odd,
 // such as "books ,n bpoken" or "informationwestern", stay as written: a change would classify
 // newly indexed tracks differently from the same tracks indexed before.
-constexpr std::string_view audiobookGenres[] = {
+constexpr std::string_view kAudiobookGenres[] = {
     "audiobook",
     "audio book",
     "spoken",
@@ -82,21 +82,21 @@ constexpr std::string_view audiobookGenres[] = {
     "kultur",
     "kurzgeschichten",
 };
-static_assert(std::size(audiobookGenres) == 67);
+static_assert(std::size(kAudiobookGenres) == 67);
 
-constexpr std::string_view podcastGenre = "podcast";
+constexpr std::string_view kPodcastGenre = "podcast";
 
 constexpr std::size_t longestGenre() {
-    std::size_t longest = podcastGenre.size();
-    for (const std::string_view keyword : audiobookGenres) {
+    std::size_t longest = kPodcastGenre.size();
+    for (const std::string_view keyword : kAudiobookGenres) {
         longest = std::max(longest, keyword.size());
     }
     return longest;
 }
 
 constexpr std::size_t shortestGenre() {
-    std::size_t shortest = podcastGenre.size();
-    for (const std::string_view keyword : audiobookGenres) {
+    std::size_t shortest = kPodcastGenre.size();
+    for (const std::string_view keyword : kAudiobookGenres) {
         shortest = std::min(shortest, keyword.size());
     }
     return shortest;
@@ -137,10 +137,10 @@ int audioTypeOfGenre(const std::string& genre) {
         buffer[i] = static_cast<char>(std::tolower(static_cast<unsigned char>(genre[i])));
     }
     const std::string_view lowered(buffer, genre.size());
-    if (lowered == podcastGenre) {
+    if (lowered == kPodcastGenre) {
         return MetaDataInfo::Podcast;
     }
-    for (const std::string_view keyword : audiobookGenres) {
+    for (const std::string_view keyword : kAudiobookGenres) {
         if (lowered == keyword) {
             return MetaDataInfo::Audiobook;
         }

@@ -10,6 +10,7 @@
 #include <memory>
 #include <new>
 #include <string_view>
+#include <type_traits>
 #include <utility>
 
 namespace corvina {
@@ -148,113 +149,71 @@ MetaDataInfo::MetaDataInfo(const std::string& path, const std::string& mountPoin
                          discNumber,
                          lastModified}) {}
 
-// The fields are built in declaration order, each identifier from its field's text; the audio type
-// comes last because it may replace the genre and its identifier.
+// Each text before the identifier made from it; everything is moved into the record at the end.
+TrackFields MetaDataInfo::fieldsOf(const Input& input) {
+    std::string path = joined(input.prefix, input.path);
+    std::string directory(directoryOf(input.path));
+    std::string name(nameOf(input.path, directory));
+    std::string title(titleOf(input.title, name));
+    std::string artist(tagOr(input.artist, "Various Artists"));
+    std::string album(tagOr(input.album, "Various Albums"));
+    std::string genre(tagOr(input.genre, "Various Genres"));
+    std::string composer(tagOr(input.composer, "Various Composers"));
+    Md5 objectId(Md5::Track, path);
+    Md5 artistId(Md5::Artist, artist);
+    Md5 albumId(Md5::Album, album);
+    Md5 genreId(Md5::Genre, genre);
+    Md5 composerId(Md5::Composer, composer);
+    Md5 directoryId(Md5::Directory, directory);
+    Md5 partitionId(Md5::Directory, input.mountPoint);
+    return TrackFields{std::move(path),
+                       std::move(directory),
+                       std::move(name),
+                       std::move(title),
+                       std::move(artist),
+                       std::move(album),
+                       std::move(genre),
+                       std::move(composer),
+                       input.trackIndex,
+                       input.discNumber,
+                       input.lastModified,
+                       std::move(objectId),
+                       std::move(artistId),
+                       std::move(albumId),
+                       std::move(genreId),
+                       std::move(composerId),
+                       std::move(directoryId),
+                       std::move(partitionId),
+                       Music,
+                       std::string(input.prefix)};
+}
+
+// The audio type comes last because it may replace the genre and its identifier.
 MetaDataInfo::MetaDataInfo(const Input& input)
-    : path(joined(input.prefix, input.path)),
-      directory(directoryOf(input.path)),
-      name(nameOf(input.path, directory)),
-      title(titleOf(input.title, name)),
-      artist(tagOr(input.artist, "Various Artists")),
-      album(tagOr(input.album, "Various Albums")),
-      genre(tagOr(input.genre, "Various Genres")),
-      composer(tagOr(input.composer, "Various Composers")),
-      trackIndex(input.trackIndex),
-      discNumber(input.discNumber),
-      lastModified(input.lastModified),
-      objectId(Md5::Track, path),
-      artistId(Md5::Artist, artist),
-      albumId(Md5::Album, album),
-      genreId(Md5::Genre, genre),
-      composerId(Md5::Composer, composer),
-      directoryId(Md5::Directory, directory),
-      partitionId(Md5::Directory, input.mountPoint),
-      audioType(Music),
-      prefix(input.prefix),
-      asianFields(nullptr) {
+    : TrackFields(fieldsOf(input)), asianFields(nullptr) {
     audioType = getAudioType();
 }
 
+static_assert(std::is_nothrow_move_constructible_v<TrackFields> &&
+                  std::is_nothrow_move_assignable_v<TrackFields>,
+              "moving a record must not throw");
+
 MetaDataInfo::MetaDataInfo(const MetaDataInfo& other)
-    : path(other.path),
-      directory(other.directory),
-      name(other.name),
-      title(other.title),
-      artist(other.artist),
-      album(other.album),
-      genre(other.genre),
-      composer(other.composer),
-      trackIndex(other.trackIndex),
-      discNumber(other.discNumber),
-      lastModified(other.lastModified),
-      objectId(other.objectId),
-      artistId(other.artistId),
-      albumId(other.albumId),
-      genreId(other.genreId),
-      composerId(other.composerId),
-      directoryId(other.directoryId),
-      partitionId(other.partitionId),
-      audioType(other.audioType),
-      prefix(other.prefix),
-      asianFields(duplicate(other.asianFields)) {}
+    : TrackFields(other), asianFields(duplicate(other.asianFields)) {}
 
 MetaDataInfo::MetaDataInfo(MetaDataInfo&& other) noexcept
-    : path(std::move(other.path)),
-      directory(std::move(other.directory)),
-      name(std::move(other.name)),
-      title(std::move(other.title)),
-      artist(std::move(other.artist)),
-      album(std::move(other.album)),
-      genre(std::move(other.genre)),
-      composer(std::move(other.composer)),
-      trackIndex(other.trackIndex),
-      discNumber(other.discNumber),
-      lastModified(other.lastModified),
-      objectId(std::move(other.objectId)),
-      artistId(std::move(other.artistId)),
-      albumId(std::move(other.albumId)),
-      genreId(std::move(other.genreId)),
-      composerId(std::move(other.composerId)),
-      directoryId(std::move(other.directoryId)),
-      partitionId(std::move(other.partitionId)),
-      audioType(other.audioType),
-      prefix(std::move(other.prefix)),
-      asianFields(std::exchange(other.asianFields, nullptr)) {}
+    : TrackFields(std::move(other)), asianFields(std::exchange(other.asianFields, nullptr)) {}
 
 // Copy and move assignment both: `other` is a fresh copy or the moved-from record, and takes this
 // record's old set with it to its end.
 MetaDataInfo& MetaDataInfo::operator=(MetaDataInfo other) noexcept {
-    swap(other);
+    TrackFields::operator=(std::move(other));
+    std::swap(asianFields, other.asianFields);
     return *this;
 }
 
 MetaDataInfo::~MetaDataInfo() {
     release(asianFields);
-}
-
-void MetaDataInfo::swap(MetaDataInfo& other) noexcept {
-    using std::swap;
-    swap(path, other.path);
-    swap(directory, other.directory);
-    swap(name, other.name);
-    swap(title, other.title);
-    swap(artist, other.artist);
-    swap(album, other.album);
-    swap(genre, other.genre);
-    swap(composer, other.composer);
-    swap(trackIndex, other.trackIndex);
-    swap(discNumber, other.discNumber);
-    swap(lastModified, other.lastModified);
-    swap(objectId, other.objectId);
-    swap(artistId, other.artistId);
-    swap(albumId, other.albumId);
-    swap(genreId, other.genreId);
-    swap(composerId, other.composerId);
-    swap(directoryId, other.directoryId);
-    swap(partitionId, other.partitionId);
-    swap(audioType, other.audioType);
-    swap(prefix, other.prefix);
-    swap(asianFields, other.asianFields);
 }
 
 namespace {

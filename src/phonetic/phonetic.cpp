@@ -11,9 +11,9 @@
 #include <limits>
 #include <memory>
 
+#include "internal/FixedPaths.h"
+#include "iwnn/IwnnEngine.h"
 #include "phonetic/Utf.h"
-#include "platform/FixedPaths.h"
-#include "platform/iwnn/IwnnEngine.h"
 
 IwnnWork iWnn{};
 

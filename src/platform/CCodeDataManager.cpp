@@ -10,11 +10,11 @@
 
 namespace {
 
-constexpr t_groupid codingGroup = 4;
-constexpr int countryCodeId = 3;
-constexpr unsigned char countryCodeMask = 0xFE;
-constexpr int searchReadingId = 21;
-constexpr unsigned char searchReadingMask = 0x08;
+constexpr t_groupid kCodingGroup = 4;
+constexpr int kCountryCodeId = 3;
+constexpr unsigned char kCountryCodeMask = 0xFE;
+constexpr int kSearchReadingId = 21;
+constexpr unsigned char kSearchReadingMask = 0x08;
 
 // The stand-in's whole state; one per process, like the service it replaces.
 struct CodingData {
@@ -64,10 +64,10 @@ int CCodeDataManager::GetCodingDataValue(t_groupid group, int id, unsigned char 
     CodingData& data = codingData();
     const std::lock_guard<std::mutex> lock(data.mutex);
     ++data.queryCount;
-    if (group == codingGroup && id == countryCodeId && mask == countryCodeMask) {
+    if (group == kCodingGroup && id == kCountryCodeId && mask == kCountryCodeMask) {
         return valueOf(data.countryCode, "TANGOR_COUNTRY_CODE");
     }
-    if (group == codingGroup && id == searchReadingId && mask == searchReadingMask) {
+    if (group == kCodingGroup && id == kSearchReadingId && mask == kSearchReadingMask) {
         return valueOf(data.searchReading, "TANGOR_SEARCH_READING");
     }
     return 0;

@@ -5,7 +5,7 @@
 #include <climits>
 #include <cstring>
 
-#include "platform/Logging.h"
+#include "internal/Logging.h"
 
 namespace sqlstl {
 

@@ -12,10 +12,11 @@
 
 #include "support/TestSupport.h"
 
+namespace tangor::test {
+
 namespace {
 
 using corvina::CodingManager;
-using tangor::test::LogCapture;
 
 // The coding is cached for the life of a process, so each case runs in a child process of its
 // own; a failed expectation there makes the child exit with 1.
@@ -106,3 +107,5 @@ TEST(CodingManager, ConcurrentFirstCallsAskTheServiceOnce) {
 }
 
 }  // namespace
+
+}  // namespace tangor::test

@@ -4,11 +4,11 @@
 #include <algorithm>
 #include <string>
 
-#include "database/DatabaseTest.h"
+#include "support/DatabaseTest.h"
+
+namespace tangor::test {
 
 namespace {
-
-using namespace tangor::test;
 
 class CreateDbTest : public DatabaseTest {
 protected:
@@ -114,3 +114,5 @@ TEST_F(CreateDbTest, AFreshFileThatStillMismatchesIsNotRecreatedAgain) {
 }
 
 }  // namespace
+
+}  // namespace tangor::test

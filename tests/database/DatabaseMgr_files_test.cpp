@@ -5,11 +5,11 @@
 #include <filesystem>
 #include <string>
 
-#include "database/DatabaseTest.h"
+#include "support/DatabaseTest.h"
+
+namespace tangor::test {
 
 namespace {
-
-using namespace tangor::test;
 
 using FilesTest = DatabaseTest;
 
@@ -90,3 +90,5 @@ TEST_F(FilesTest, DeviceIdThatWouldNameAnotherFileIsRefused) {
 }
 
 }  // namespace
+
+}  // namespace tangor::test

@@ -2,11 +2,11 @@
 
 #include <string>
 
-#include "database/DatabaseTest.h"
+#include "support/DatabaseTest.h"
+
+namespace tangor::test {
 
 namespace {
-
-using namespace tangor::test;
 
 class StatusTest : public DatabaseTest {
 protected:
@@ -79,3 +79,5 @@ TEST_F(StatusTest, AnUnopenableDatabaseThrowsFromEveryOperation) {
 }
 
 }  // namespace
+
+}  // namespace tangor::test

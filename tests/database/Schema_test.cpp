@@ -7,10 +7,11 @@
 
 #include "support/TestSupport.h"
 
+namespace tangor::test {
+
 namespace {
 
 using Rows = std::vector<std::string>;
-using tangor::test::execSql;
 
 std::string song(const std::string& partition, const std::string& id,
                  const std::string& composer = "co") {
@@ -28,7 +29,7 @@ std::string playlistEntry(const std::string& partition, const std::string& playP
 class SchemaTest : public ::testing::Test {
 protected:
     void SetUp() override {
-        execSql(path, std::string(corvina::schemaScript) +
+        execSql(path, std::string(corvina::kSchemaScript) +
                           "INSERT INTO ARTISTS VALUES ('ar','Artist',NULL); INSERT INTO ALBUMS "
                           "VALUES ('al','Album',NULL); INSERT INTO GENRES VALUES ('ge','Genre',"
                           "NULL); INSERT INTO COMPOSERS VALUES ('co','Comp',NULL);");
@@ -54,7 +55,7 @@ TEST_F(SchemaTest, ViewsAndRemovalKeepOnlyPresentPartitions) {
               (Rows{"s2|pl/a", "s1|pl/a"}));
     EXPECT_EQ(rows("SELECT PLAYPATH FROM VIEW_PLAYLISTNAMES"), Rows{"/a"});
 
-    execSql(path, corvina::removalScript);  // STATUS rows: see removeDanglingPartitions
+    execSql(path, corvina::kRemovalScript);  // STATUS rows: see removeDanglingPartitions
     EXPECT_EQ(rows("SELECT (SELECT group_concat(DISTINCT PARTITION_ID) FROM SONGS), "
                    "(SELECT group_concat(DISTINCT PARTITION_ID) FROM PLAYLISTS), "
                    "(SELECT group_concat(PARTITION_ID) FROM DIRECTORIES), "
@@ -64,3 +65,5 @@ TEST_F(SchemaTest, ViewsAndRemovalKeepOnlyPresentPartitions) {
 }
 
 }  // namespace
+
+}  // namespace tangor::test

@@ -4,14 +4,15 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <ostream>
 #include <string>
 #include <vector>
 
-#include "database/DatabaseTest.h"
+#include "support/DatabaseTest.h"
+
+namespace tangor::test {
 
 namespace {
-
-using namespace tangor::test;
 
 constexpr long long kGiB = 1024LL * 1024 * 1024;
 
@@ -57,38 +58,47 @@ struct WalkCase {
     Rows walk;  // the files named in a "deleting" record are the ones gone
 };
 
-TEST_F(BudgetTest, DeletesLeastRecentlyAccessedFirstUntilTheTotalFits) {
-    const WalkCase cases[] = {
-        // Equal to the limit: nothing goes; files that are not databases do not count.
-        {{{"a.tangor", 100, 10}, {"notes.txt", 5000, 1}}, 100, {"Total size is 100"}},
-        // Stops right after the deciding deletion.
-        {{{"c.tangor", 100, 30}, {"a.tangor", 100, 10}, {"b.tangor", 100, 20}},
-         250,
-         {"Total size is 300", "deleting a.tangor"}},
-        // Only the own file itself is skipped; the walk goes on and ends even above the limit.
-        {{{"usb1.tangor", 500, 5}, {"USB1.TANGOR", 100, 10}, {"usb1.tangor.bak", 100, 20}},
-         100,
-         {"Total size is 700", "skipping deleting usb1.tangor", "deleting USB1.TANGOR",
-          "deleting usb1.tangor.bak"}},
-        // 3 GiB overflows a 32-bit total, while each file fits a 32-bit size.
-        {{{"a.tangor", kGiB, 10}, {"b.tangor", kGiB, 20}, {"c.tangor", kGiB, 30}},
-         2 * kGiB - 1,
-         {"Total size is 3221225472", "deleting a.tangor", "deleting b.tangor"}},
-    };
-    for (const WalkCase& c : cases) {
-        SCOPED_TRACE(c.walk.front());
-        SetUp();
-        makeFiles(c.files);
-        mgr.checkAndDelete("usb1", static_cast<off_t>(c.limit));
+// What gtest shows of a case (not its bytes, which hold padding): its first walk record.
+void PrintTo(const WalkCase& c, std::ostream* out) {
+    *out << c.walk.front();
+}
 
-        EXPECT_EQ(walkRecords(), c.walk);
-        for (const FileSpec& file : c.files) {
-            const std::string deleting = std::string("deleting ") + file.name;
-            const bool deleted = std::count(c.walk.begin(), c.walk.end(), deleting) > 0;
-            EXPECT_NE(exists(databaseDirectory() + file.name), deleted) << file.name;
-        }
+// One case per fixture, so each walk starts from a fresh tree.
+class BudgetWalkTest : public BudgetTest, public ::testing::WithParamInterface<WalkCase> {};
+
+const WalkCase kWalkCases[] = {
+    // Equal to the limit: nothing goes; files that are not databases do not count.
+    {{{"a.tangor", 100, 10}, {"notes.txt", 5000, 1}}, 100, {"Total size is 100"}},
+    // Stops right after the deciding deletion.
+    {{{"c.tangor", 100, 30}, {"a.tangor", 100, 10}, {"b.tangor", 100, 20}},
+     250,
+     {"Total size is 300", "deleting a.tangor"}},
+    // Only the own file itself is skipped; the walk goes on and ends even above the limit.
+    {{{"usb1.tangor", 500, 5}, {"USB1.TANGOR", 100, 10}, {"usb1.tangor.bak", 100, 20}},
+     100,
+     {"Total size is 700", "skipping deleting usb1.tangor", "deleting USB1.TANGOR",
+      "deleting usb1.tangor.bak"}},
+    // 3 GiB overflows a 32-bit total, while each file fits a 32-bit size.
+    {{{"a.tangor", kGiB, 10}, {"b.tangor", kGiB, 20}, {"c.tangor", kGiB, 30}},
+     2 * kGiB - 1,
+     {"Total size is 3221225472", "deleting a.tangor", "deleting b.tangor"}},
+};
+
+TEST_P(BudgetWalkTest, DeletesLeastRecentlyAccessedFirstUntilTheTotalFits) {
+    const WalkCase& c = GetParam();
+    SCOPED_TRACE(c.walk.front());
+    makeFiles(c.files);
+    mgr.checkAndDelete("usb1", static_cast<off_t>(c.limit));
+
+    EXPECT_EQ(walkRecords(), c.walk);
+    for (const FileSpec& file : c.files) {
+        const std::string deleting = std::string("deleting ") + file.name;
+        const bool deleted = std::count(c.walk.begin(), c.walk.end(), deleting) > 0;
+        EXPECT_NE(exists(databaseDirectory() + file.name), deleted) << file.name;
     }
 }
+
+INSTANTIATE_TEST_SUITE_P(Walks, BudgetWalkTest, ::testing::ValuesIn(kWalkCases));
 
 TEST_F(BudgetTest, ListingHasEveryDatabaseFileSortedByAccessTime) {
     makeFiles(
@@ -117,3 +127,5 @@ TEST_F(BudgetTest, SingleFileLimitIsStrictlyAbove75MiB) {
 }
 
 }  // namespace
+
+}  // namespace tangor::test

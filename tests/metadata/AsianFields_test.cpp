@@ -9,13 +9,15 @@
 #include <string>
 #include <tuple>
 
-#include "phonetic/InstalledDictionaries.h"
+#include "support/InstalledDictionaries.h"
 #include "support/TestSupport.h"
 
-namespace corvina {
+namespace tangor::test {
 namespace {
 
-using AsianFieldsTest = tangor::test::FixedPathsTest;
+using corvina::AsianFields;
+using corvina::MetaDataInfo;
+using AsianFieldsTest = FixedPathsTest;
 
 // The market is fixed for the life of a process, so each market runs in a child of its own; a
 // failed expectation there makes the child exit with 1. A leak found at the child's end (by the
@@ -62,4 +64,4 @@ TEST_F(AsianFieldsTest, EachMarketReadsTheFieldsItsWayOrNotAtAll) {
 }
 
 }  // namespace
-}  // namespace corvina
+}  // namespace tangor::test

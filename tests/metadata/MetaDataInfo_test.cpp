@@ -8,7 +8,13 @@
 #include <tuple>
 #include <utility>
 
-namespace corvina {
+namespace tangor::test {
+
+using corvina::AsianFields;
+using corvina::Md5;
+using corvina::MetaDataInfo;
+using corvina::StrippedValue;
+using corvina::trim;
 
 TEST(Md5, IdentifierIsKindPrefixAndLowercaseDigestOfEveryByte) {
     const std::tuple<Md5::Kind, std::string, const char*> cases[] = {
@@ -33,7 +39,7 @@ TEST(Md5, IdentifierIsKindPrefixAndLowercaseDigestOfEveryByte) {
               std::make_tuple("trk:9445a6808093591a27c4dd836b8f4a6c", Md5::Track));
 }
 
-const std::string mountPoint = "/media/usb1";
+const std::string kMountPoint = "/media/usb1";
 
 // Every identifier names its field's final text.
 static void expectIdentifiersOfFields(const MetaDataInfo& i) {
@@ -43,7 +49,7 @@ static void expectIdentifiersOfFields(const MetaDataInfo& i) {
                               Md5(Md5::Album, i.album).value, Md5(Md5::Genre, i.genre).value,
                               Md5(Md5::Composer, i.composer).value,
                               Md5(Md5::Directory, i.directory).value,
-                              Md5(Md5::Directory, mountPoint).value));
+                              Md5(Md5::Directory, kMountPoint).value));
 }
 
 // Every field but the readings.
@@ -64,7 +70,7 @@ TEST(MetaDataInfo, PathSplitsAtItsLastSlashAndTitleDropsTheLastExtension) {
         {"v1.2/README", "v1.2", "README", "README"},
     };
     for (const auto& c : cases) {
-        const MetaDataInfo i(std::get<0>(c), mountPoint, "", "", "", "", "", 0, 0, 0);
+        const MetaDataInfo i(std::get<0>(c), kMountPoint, "", "", "", "", "", 0, 0, 0);
         EXPECT_EQ(std::tie(i.path, i.directory, i.name, i.title), c);
         expectIdentifiersOfFields(i);
     }
@@ -73,7 +79,7 @@ TEST(MetaDataInfo, PathSplitsAtItsLastSlashAndTitleDropsTheLastExtension) {
 // All five tags given as `tag`; an empty `e` means missing, so a placeholder.
 template <typename Tag>
 static void expectTags(const Tag& tag, const std::string& e) {
-    const MetaDataInfo i("d/f.mp3", mountPoint, tag, tag, tag, tag, tag, 0, 0, 0);
+    const MetaDataInfo i("d/f.mp3", kMountPoint, tag, tag, tag, tag, tag, 0, 0, 0);
     EXPECT_EQ(std::tie(i.title, i.artist, i.album, i.genre, i.composer),
               e.empty() ? std::make_tuple("f", "Various Artists", "Various Albums",
                                           "Various Genres", "Various Composers")
@@ -92,8 +98,8 @@ TEST(MetaDataInfo, TagIsMissingWhenItsFirstCharacterIsNulOrItsViewIsNullOrEmpty)
     // Views place each tag in its field as text tags do.
     const auto v = [](const char* text) { return StrippedValue{text, 1}; };
     EXPECT_TRUE(
-        fieldsOf(MetaDataInfo("f", mountPoint, v("T"), v("A"), v("B"), v("G"), v("C"), 1, 2, 3)) ==
-        fieldsOf(MetaDataInfo("f", mountPoint, "T", "A", "B", "G", "C", 1, 2, 3)));
+        fieldsOf(MetaDataInfo("f", kMountPoint, v("T"), v("A"), v("B"), v("G"), v("C"), 1, 2, 3)) ==
+        fieldsOf(MetaDataInfo("f", kMountPoint, "T", "A", "B", "G", "C", 1, 2, 3)));
 }
 
 TEST(MetaDataInfo, TrimCutsSpacesOnlyAndReadsOnlyTheGivenLength) {
@@ -109,7 +115,7 @@ TEST(MetaDataInfo, TrimCutsSpacesOnlyAndReadsOnlyTheGivenLength) {
 }
 
 TEST(MetaDataInfo, PrefixGoesIntoThePathAndObjectIdOnly) {
-    const MetaDataInfo i("d/f.mp3", mountPoint, "T", "A", "B", "G", "C", -1, INT_MAX, LONG_MIN,
+    const MetaDataInfo i("d/f.mp3", kMountPoint, "T", "A", "B", "G", "C", -1, INT_MAX, LONG_MIN,
                          "/p/");
     EXPECT_EQ(std::tie(i.path, i.directory, i.name, i.title, i.artist, i.album, i.genre, i.composer,
                        i.trackIndex, i.discNumber, i.lastModified, i.prefix, i.asianFields),
@@ -123,7 +129,7 @@ TEST(MetaDataInfo, CopyDuplicatesTheReadingsMoveHandsThemOverAssignmentReleasesT
     const auto readings = [](const char* title) {
         return new AsianFields{strdup(title), nullptr, nullptr, nullptr, strdup("c")};
     };
-    MetaDataInfo original("d/f.mp3", mountPoint, "T", "A", "B", "G", "C", 3, 2, 1, "/p/");
+    MetaDataInfo original("d/f.mp3", kMountPoint, "T", "A", "B", "G", "C", 3, 2, 1, "/p/");
     original.asianFields = readings("t");
     const MetaDataInfo copy(original);
     ASSERT_TRUE(copy.asianFields && copy.asianFields->title != original.asianFields->title);
@@ -135,7 +141,7 @@ TEST(MetaDataInfo, CopyDuplicatesTheReadingsMoveHandsThemOverAssignmentReleasesT
     EXPECT_TRUE(moved.asianFields == set && original.asianFields == nullptr);
     EXPECT_TRUE(fieldsOf(moved) == fieldsOf(copy));
 
-    MetaDataInfo target("b/two.mp3", mountPoint, "", "", "", "", "", 0, 0, 0);
+    MetaDataInfo target("b/two.mp3", kMountPoint, "", "", "", "", "", 0, 0, 0);
     target.asianFields = readings("two");
     target = copy;
     ASSERT_TRUE(target.asianFields != copy.asianFields && fieldsOf(target) == fieldsOf(copy));
@@ -144,7 +150,7 @@ TEST(MetaDataInfo, CopyDuplicatesTheReadingsMoveHandsThemOverAssignmentReleasesT
     EXPECT_STREQ(target.asianFields->title, "t");
     target = std::move(moved);
     EXPECT_EQ(target.asianFields, set);
-    target = MetaDataInfo("d/none.mp3", mountPoint, "", "", "", "", "", 0, 0, 0);
+    target = MetaDataInfo("d/none.mp3", kMountPoint, "", "", "", "", "", 0, 0, 0);
     EXPECT_EQ(target.asianFields, nullptr);
 }
 
@@ -180,4 +186,4 @@ TEST(AudioType, M4bNameThenTheWholeGenreWithAsciiLettersLoweredDecide) {
     }
 }
 
-}  // namespace corvina
+}  // namespace tangor::test

@@ -9,7 +9,7 @@
 #include <filesystem>
 #include <string>
 
-#include "phonetic/InstalledDictionaries.h"
+#include "support/InstalledDictionaries.h"
 #include "support/TestSupport.h"
 
 namespace tangor::test {

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "phonetic/InstalledDictionaries.h"
+#include "support/InstalledDictionaries.h"
 #include "support/TestSupport.h"
 
 namespace tangor::test {

@@ -8,6 +8,8 @@
 #include <utility>
 #include <vector>
 
+namespace tangor::test {
+
 using Bytes = std::vector<unsigned char>;
 
 // Runs the converter from UTF-`from` on `input` with the room its contract asks for, checks that
@@ -60,3 +62,5 @@ TEST(Utf, ConvertersStopAtTheRoomTheTerminatorOrMalformedInputAndIgnoreNullBuffe
     EXPECT_EQ(utf16be_to_utf8(nullptr, bytes, 1) + utf16be_to_utf8(units, nullptr, 1), 0);
     EXPECT_EQ(units[0], 0xA5);
 }
+
+}  // namespace tangor::test

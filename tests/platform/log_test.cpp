@@ -6,8 +6,10 @@
 #include <tuple>
 #include <vector>
 
-#include "platform/Logging.h"
+#include "internal/Logging.h"
 #include "support/TestSupport.h"
+
+namespace tangor::test {
 
 // Logs through the library's macro and gives the line it logged from.
 static int logFromHere() {
@@ -70,3 +72,5 @@ TEST(Log, ThreadsMayLogWhileTheSinkIsReplaced) {
     setLogSink({});
     EXPECT_EQ(delivered, 300);
 }
+
+}  // namespace tangor::test

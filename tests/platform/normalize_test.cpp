@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+namespace tangor::test {
+
 namespace {
 
 constexpr unsigned kAll = ~0u;
@@ -62,3 +64,5 @@ TEST(Normalize, FoldsWidthCaseAndKanaOfValidTextAndGivesNullForNullMalformedOrTo
 }
 
 }  // namespace
+
+}  // namespace tangor::test

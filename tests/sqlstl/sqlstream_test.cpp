@@ -8,10 +8,11 @@
 
 #include "support/TestSupport.h"
 
+namespace tangor::test {
+
 namespace {
 
 using namespace sqlstl;
-using namespace tangor::test;
 using Lines = std::vector<std::string>;
 constexpr auto kEof = std::ios::eofbit, kFail = std::ios::failbit, kBad = std::ios::badbit;
 
@@ -161,3 +162,5 @@ TEST_F(SqlStreamTest, ReadingWalksRowsAndFailuresSetBadbit) {
 }
 
 }  // namespace
+
+}  // namespace tangor::test

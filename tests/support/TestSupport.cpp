@@ -239,6 +239,8 @@ ProgramResult runProgram(const std::vector<std::string>& arguments) {
     return result;
 }
 
+// Only a build with the tools has tangor-mkdic.
+#ifdef TANGOR_MKDIC
 bool makeDictionary(const std::string& wordList, const std::string& njconPath,
                     const std::string& njtanPath) {
     const ProgramResult result = runProgram({TANGOR_MKDIC, wordList, njconPath, njtanPath});
@@ -248,5 +250,6 @@ bool makeDictionary(const std::string& wordList, const std::string& njconPath,
     }
     return result.status == 0;
 }
+#endif
 
 }  // namespace tangor::test

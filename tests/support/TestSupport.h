@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/FixedPaths.h"
+#include "internal/FixedPaths.h"
 
 struct sqlite3;
 

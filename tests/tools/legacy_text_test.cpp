@@ -10,9 +10,16 @@
 
 #include "LegacyText.h"
 
-namespace tangor::index::legacy {
+namespace tangor::test {
 
 namespace {
+
+using index::legacy::decode;
+using index::legacy::decodePlaylist;
+using index::legacy::decodeTexts;
+using index::legacy::Encoding;
+using index::legacy::iconvName;
+using index::legacy::isUtf8;
 
 constexpr unsigned kMarkets[] = {0, 5, 6, 9};
 
@@ -216,4 +223,4 @@ TEST(LegacyText, PlaylistsInLegacyEncodingsReadAsUtf8) {
 
 }  // namespace
 
-}  // namespace tangor::index::legacy
+}  // namespace tangor::test

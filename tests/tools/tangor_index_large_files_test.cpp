@@ -32,7 +32,7 @@ protected:
         FixedPathsTest::SetUp();
         mount = tree.file("usb");
         const ProgramResult made = runProgram(
-            {TANGOR_MAKE_SAMPLE_LIBRARY, mount, "--files", std::to_string(sample::minimumFiles)});
+            {TANGOR_MAKE_SAMPLE_LIBRARY, mount, "--files", std::to_string(sample::kMinimumFiles)});
         ASSERT_EQ(made.status, 0) << made.standardError;
     }
 

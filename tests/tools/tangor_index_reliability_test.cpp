@@ -34,7 +34,7 @@ protected:
     void SetUp() override {
         FixedPathsTest::SetUp();
         mount = tree.file("usb");
-        makeLibrary(mount, sample::minimumFiles);
+        makeLibrary(mount, sample::kMinimumFiles);
     }
 
     static void makeLibrary(const std::string& folder, int files) {
@@ -137,7 +137,7 @@ TEST_F(ReliabilityTest, ScanWaitsForTheLockThenGivesUp) {
     EXPECT_NE(notices.messages[0].find("another scan of device usb is running"), std::string::npos);
     index::ScanObserver quiet;
     EXPECT_EQ(index::scanDevice("usb", {mount}, quiet, options).indexed,
-              static_cast<std::size_t>(sample::minimumFiles));
+              static_cast<std::size_t>(sample::kMinimumFiles));
 }
 
 TEST_F(ReliabilityTest, LockFileIsNoDatabaseFile) {
@@ -214,9 +214,9 @@ TEST_F(ReliabilityTest, FullDiskEndsTheScanWithNothingHalfWritten) {
 
     index::ScanObserver quiet;
     const index::ScanTotals totals = index::scanDevice("usb", {mount}, quiet);
-    EXPECT_EQ(totals.indexed, static_cast<std::size_t>(sample::minimumFiles));
+    EXPECT_EQ(totals.indexed, static_cast<std::size_t>(sample::kMinimumFiles));
     EXPECT_EQ(value("SELECT VALUE FROM STATUS"), "DONE");
-    EXPECT_EQ(value("SELECT COUNT(*) FROM VIEW_SONGS"), std::to_string(sample::minimumFiles));
+    EXPECT_EQ(value("SELECT COUNT(*) FROM VIEW_SONGS"), std::to_string(sample::kMinimumFiles));
 }
 
 TEST_F(ReliabilityTest, ZeroFilledStartIsNotAskedOfTagLib) {

@@ -13,7 +13,7 @@
 
 #include "SampleLayout.h"
 #include "Scanner.h"
-#include "phonetic/InstalledDictionaries.h"
+#include "support/InstalledDictionaries.h"
 #include "support/TestSupport.h"
 
 namespace tangor::test {
@@ -22,7 +22,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr int kFiles = sample::minimumFiles;
+constexpr int kFiles = sample::kMinimumFiles;
 
 class TangorIndexTest : public FixedPathsTest {
 protected:
@@ -298,7 +298,7 @@ TEST_F(TangorIndexTest, ComposerAndDiscNumberComeFromEveryTagFormat) {
         const sample::AudioFile audio = sample::audioFile(file);
         const bool tagged = audio.content == sample::Content::Tagged;
         const std::string expected =
-            tagged ? audio.tags.composer + "|" + std::to_string(audio.tags.disc)
+            tagged ? audio.tags.composer + "|" + std::to_string(audio.tags.discNumber)
                    : "Various Composers|0";
         EXPECT_EQ(value("SELECT COMPOSER || '|' || DISCNUM FROM SONGS JOIN COMPOSERS USING "
                         "(COMPOSERID) WHERE PATH = '" +

@@ -7,8 +7,7 @@
 
 #include "support/TestSupport.h"
 
-using tangor::test::runProgram;
-using tangor::test::TempDir;
+namespace tangor::test {
 
 namespace {
 
@@ -68,3 +67,5 @@ TEST(ToolOptions, HelpVersionAndWrongUsageAnswerWithTheirStatusOnTheirStream) {
 }
 
 }  // namespace
+
+}  // namespace tangor::test

@@ -5,7 +5,7 @@
 #include <iterator>
 #include <string_view>
 
-namespace sample {
+namespace tangor::sample {
 
 namespace {
 
@@ -72,17 +72,17 @@ std::uint32_t crc(const std::uint8_t* bytes, std::size_t length, std::uint32_t p
 
 // ---- MPEG audio
 
-constexpr std::uint32_t mp3Bitrate = 32000;
-constexpr std::uint32_t mp3SampleRate = 44100;
-constexpr int mp3Frames = 39;  // 39 * 1152 samples: 1.02 s
+constexpr std::uint32_t kMp3Bitrate = 32000;
+constexpr std::uint32_t kMp3SampleRate = 44100;
+constexpr int kMp3Frames = 39;  // 39 * 1152 samples: 1.02 s
 
 // ---- FLAC
 
-constexpr std::uint32_t flacBlockSize = 4096;
-constexpr std::uint32_t flacSampleRate = 44100;
-constexpr std::uint32_t flacChannels = 2;
-constexpr std::uint32_t flacBitsPerSample = 16;
-constexpr int flacFrames = 11;  // 45056 samples: 1.02 s
+constexpr std::uint32_t kFlacBlockSize = 4096;
+constexpr std::uint32_t kFlacSampleRate = 44100;
+constexpr std::uint32_t kFlacChannels = 2;
+constexpr std::uint32_t kFlacBitsPerSample = 16;
+constexpr int kFlacFrames = 11;  // 45056 samples: 1.02 s
 
 // One frame of digital silence: a constant subframe of value 0 per channel.
 Bytes flacFrame(std::uint32_t number) {
@@ -92,7 +92,7 @@ Bytes flacFrame(std::uint32_t number) {
     frame.u8(0x18);      // two independent channels, 16 bits per sample
     frame.u8(number);    // frame numbers below 128 take one byte in FLAC's UTF-8 coding
     frame.u8(crc<8>(frame.bytes().data(), frame.size(), 0x07));
-    for (std::uint32_t channel = 0; channel < flacChannels; ++channel) {
+    for (std::uint32_t channel = 0; channel < kFlacChannels; ++channel) {
         frame.u8(0x00);  // constant subframe, no wasted bits
         frame.be16(0);   // the sample value
     }
@@ -102,12 +102,12 @@ Bytes flacFrame(std::uint32_t number) {
 
 // ---- MP4
 
-constexpr std::uint32_t aacSampleRate = 44100;
-constexpr std::uint32_t aacFrameSamples = 1024;
-constexpr std::uint32_t aacFrames = 44;  // 45056 samples: 1.02 s
+constexpr std::uint32_t kAacSampleRate = 44100;
+constexpr std::uint32_t kAacFrameSamples = 1024;
+constexpr std::uint32_t kAacFrames = 44;  // 45056 samples: 1.02 s
 // A raw AAC-LC frame for one channel: a single channel element with no scale factor bands
 // (global gain 160), then the end element. It decodes to silence.
-constexpr std::uint8_t aacSilentFrame[] = {0x01, 0x40, 0x20, 0x07};
+constexpr std::uint8_t kAacSilentFrame[] = {0x01, 0x40, 0x20, 0x07};
 
 Bytes box(std::string_view type, const Bytes& payload) {
     ByteWriter out;
@@ -154,7 +154,7 @@ Bytes movieHeader(std::uint32_t duration) {
     ByteWriter out;
     out.be32(0);  // creation and modification times: none, so every run gives the same bytes
     out.be32(0);
-    out.be32(aacSampleRate);
+    out.be32(kAacSampleRate);
     out.be32(duration);
     out.be32(0x00010000);  // rate 1.0
     out.be16(0x0100);      // volume 1.0
@@ -187,7 +187,7 @@ Bytes mediaHeader(std::uint32_t duration) {
     ByteWriter out;
     out.be32(0);
     out.be32(0);
-    out.be32(aacSampleRate);
+    out.be32(kAacSampleRate);
     out.be32(duration);
     out.be16(0x55C4);  // "und", five bits per letter
     out.be16(0);
@@ -206,12 +206,12 @@ Bytes handler() {
 
 // The elementary stream descriptor: MPEG-4 audio, AAC-LC, 44.1 kHz, one channel.
 Bytes elementaryStreamDescriptor() {
-    const std::uint32_t bytes = aacFrames * sizeof aacSilentFrame;
-    const std::uint32_t bitrate = bytes * 8 * aacSampleRate / (aacFrames * aacFrameSamples);
+    const std::uint32_t bytes = kAacFrames * sizeof kAacSilentFrame;
+    const std::uint32_t bitrate = bytes * 8 * kAacSampleRate / (kAacFrames * kAacFrameSamples);
     ByteWriter decoderConfig;
     decoderConfig.u8(0x40);  // MPEG-4 audio
     decoderConfig.u8(0x15);  // audio stream
-    decoderConfig.be24(sizeof aacSilentFrame);
+    decoderConfig.be24(sizeof kAacSilentFrame);
     decoderConfig.be32(bitrate);
     decoderConfig.be32(bitrate);
     decoderConfig.u8(0x05);  // decoder specific info: the AudioSpecificConfig
@@ -243,7 +243,7 @@ Bytes sampleDescription() {
     entry.be16(16);  // sample size
     entry.be16(0);
     entry.be16(0);
-    entry.be32(aacSampleRate << 16);
+    entry.be32(kAacSampleRate << 16);
     entry.append(elementaryStreamDescriptor());
     ByteWriter out;
     out.be32(1);
@@ -255,16 +255,16 @@ Bytes sampleDescription() {
 Bytes sampleTable(std::uint32_t dataOffset) {
     ByteWriter times;
     times.be32(1);
-    times.be32(aacFrames);
-    times.be32(aacFrameSamples);
+    times.be32(kAacFrames);
+    times.be32(kAacFrameSamples);
     ByteWriter chunks;
     chunks.be32(1);
     chunks.be32(1);  // first chunk
-    chunks.be32(aacFrames);
+    chunks.be32(kAacFrames);
     chunks.be32(1);  // sample description
     ByteWriter sizes;
-    sizes.be32(sizeof aacSilentFrame);
-    sizes.be32(aacFrames);
+    sizes.be32(sizeof kAacSilentFrame);
+    sizes.be32(kAacFrames);
     ByteWriter offsets;
     offsets.be32(1);
     offsets.be32(dataOffset);
@@ -275,7 +275,7 @@ Bytes sampleTable(std::uint32_t dataOffset) {
 }
 
 Bytes movie(std::uint32_t dataOffset) {
-    const std::uint32_t duration = aacFrames * aacFrameSamples;
+    const std::uint32_t duration = kAacFrames * kAacFrameSamples;
     ByteWriter soundHeader;
     soundHeader.be32(0);  // balance, reserved
     ByteWriter references;
@@ -292,11 +292,11 @@ Bytes movie(std::uint32_t dataOffset) {
 
 // ---- Ogg
 
-constexpr std::uint32_t oggSerial = 0x7A6E6772;
-constexpr std::uint32_t opusPreSkip = 312;
-constexpr std::uint32_t opusPackets = 51;  // 20 ms each: 1.02 s
+constexpr std::uint32_t kOggSerial = 0x7A6E6772;
+constexpr std::uint32_t kOpusPreSkip = 312;
+constexpr std::uint32_t kOpusPackets = 51;  // 20 ms each: 1.02 s
 // A CELT-only, fullband, 20 ms, mono packet that decodes to silence.
-constexpr std::uint8_t opusSilentPacket[] = {0xF8, 0xFF, 0xFE};
+constexpr std::uint8_t kOpusSilentPacket[] = {0xF8, 0xFF, 0xFE};
 
 void oggPage(ByteWriter& out, std::uint8_t flags, std::uint64_t granule, std::uint32_t sequence,
              const std::vector<Bytes>& packets) {
@@ -305,7 +305,7 @@ void oggPage(ByteWriter& out, std::uint8_t flags, std::uint64_t granule, std::ui
     page.u8(0);  // version
     page.u8(flags);
     page.le64(granule);
-    page.le32(oggSerial);
+    page.le32(kOggSerial);
     page.le32(sequence);
     page.le32(0);  // the CRC, computed over the page with this field zero
     ByteWriter lacing;
@@ -333,9 +333,9 @@ void oggPage(ByteWriter& out, std::uint8_t flags, std::uint64_t granule, std::ui
 
 Bytes mp3Silence() {
     // Zero side information and main data: no bits to decode, so every frame is silent.
-    constexpr std::size_t frameLength = 144 * mp3Bitrate / mp3SampleRate;  // 104, no padding
+    constexpr std::size_t frameLength = 144 * kMp3Bitrate / kMp3SampleRate;  // 104, no padding
     ByteWriter out;
-    for (int i = 0; i < mp3Frames; ++i) {
+    for (int i = 0; i < kMp3Frames; ++i) {
         out.be32(0xFFFB10C4);  // MPEG-1 Layer III, no CRC, 32 kbit/s, 44.1 kHz, mono, original
         out.fill(frameLength - 4, 0);
     }
@@ -344,19 +344,19 @@ Bytes mp3Silence() {
 
 Bytes flacSilence() {
     const std::uint32_t frameSize = static_cast<std::uint32_t>(flacFrame(0).size());
-    const std::uint64_t samples = std::uint64_t{flacBlockSize} * flacFrames;
+    const std::uint64_t samples = std::uint64_t{kFlacBlockSize} * kFlacFrames;
     ByteWriter out;
     out.text("fLaC");
     out.u8(0x80);  // last metadata block, STREAMINFO
     out.be24(34);
-    out.be16(flacBlockSize);
-    out.be16(flacBlockSize);
+    out.be16(kFlacBlockSize);
+    out.be16(kFlacBlockSize);
     out.be24(frameSize);
     out.be24(frameSize);
-    out.be64(std::uint64_t{flacSampleRate} << 44 | std::uint64_t{flacChannels - 1} << 41 |
-             std::uint64_t{flacBitsPerSample - 1} << 36 | samples);
+    out.be64(std::uint64_t{kFlacSampleRate} << 44 | std::uint64_t{kFlacChannels - 1} << 41 |
+             std::uint64_t{kFlacBitsPerSample - 1} << 36 | samples);
     out.fill(16, 0);  // no MD5 signature
-    for (int i = 0; i < flacFrames; ++i) {
+    for (int i = 0; i < kFlacFrames; ++i) {
         out.append(flacFrame(static_cast<std::uint32_t>(i)));
     }
     return out.bytes();
@@ -368,8 +368,8 @@ Bytes mp4Silence(bool audiobook) {
     const std::uint32_t dataOffset =
         static_cast<std::uint32_t>(fileType.size() + movie(0).size() + 8);
     ByteWriter data;
-    for (std::uint32_t i = 0; i < aacFrames; ++i) {
-        data.append(Bytes(std::begin(aacSilentFrame), std::end(aacSilentFrame)));
+    for (std::uint32_t i = 0; i < kAacFrames; ++i) {
+        data.append(Bytes(std::begin(kAacSilentFrame), std::end(kAacSilentFrame)));
     }
     return concat({fileType, movie(dataOffset), box("mdat", data.bytes())});
 }
@@ -379,7 +379,7 @@ Bytes opusSilence() {
     head.text("OpusHead");
     head.u8(1);  // version
     head.u8(1);  // channels
-    head.le16(opusPreSkip);
+    head.le16(kOpusPreSkip);
     head.le32(48000);  // input sample rate
     head.le16(0);      // output gain
     head.u8(0);        // mapping family: mono or stereo
@@ -389,12 +389,12 @@ Bytes opusSilence() {
     tags.le32(static_cast<std::uint32_t>(vendor.size()));
     tags.text(vendor);
     tags.le32(0);  // no comments yet
-    const std::vector<Bytes> audio(opusPackets,
-                                   Bytes(std::begin(opusSilentPacket), std::end(opusSilentPacket)));
+    const std::vector<Bytes> audio(
+        kOpusPackets, Bytes(std::begin(kOpusSilentPacket), std::end(kOpusSilentPacket)));
     ByteWriter out;
     oggPage(out, 0x02, 0, 0, {head.bytes()});  // beginning of stream
     oggPage(out, 0x00, 0, 1, {tags.bytes()});
-    oggPage(out, 0x04, std::uint64_t{opusPackets} * 960, 2, audio);  // end of stream
+    oggPage(out, 0x04, std::uint64_t{kOpusPackets} * 960, 2, audio);  // end of stream
     return out.bytes();
 }
 
@@ -432,4 +432,4 @@ Bytes brokenFlac() {
     return out.bytes();
 }
 
-}  // namespace sample
+}  // namespace tangor::sample

@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <vector>
 
-namespace sample {
+namespace tangor::sample {
 
 using Bytes = std::vector<std::uint8_t>;
 
@@ -28,4 +28,4 @@ Bytes wavSilence();
 // garbage, with empty tags and no length, so that would not do.)
 Bytes brokenFlac();
 
-}  // namespace sample
+}  // namespace tangor::sample

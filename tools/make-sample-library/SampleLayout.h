@@ -8,15 +8,17 @@
 // i (0 <= i < N) is audioFile(i); its path does not depend on N, so a larger tree holds every file
 // of a smaller one, byte for byte. Paths below are relative to DIR and use "/".
 //
+// clang-format off
 // Files 0 to 6 are special:
-//   0  你好/音乐/01 北京.mp3                      Chinese tags: title 北京, artist 你好, album 音乐
-//   1  你好/音乐/02 矮.flac                        Chinese tags: title 矮, artist 你好, album 音乐
+//   0  你好/音乐/01 北京.mp3                          Chinese tags: title 北京, artist 你好, album 音乐
+//   1  你好/音乐/02 矮.flac                           Chinese tags: title 矮, artist 你好, album 音乐
 //      (every one of those texts is made of words of tests/phonetic/pinyin-words.txt)
-//   2  東京バンド/東京ライブ/01 ﾊﾛｰ ワールド.m4a   Japanese tags: kanji, katakana, half-width
-//   katakana 3  Anna Reader/The Long Road/01 Departure.m4b  audiobook (MP4), genre "Audiobook" 4
-//   Road Podcast/Season 1/01 First Episode.mp3  genre "Podcast" 5  Misc/untagged.mp3 valid audio,
-//   no tag at all 6  Misc/broken.flac                            TagLib rejects it (FileRef is
-//   null)
+//   2  東京バンド/東京ライブ/01 ﾊﾛｰ ワールド.m4a      Japanese tags: kanji, katakana, half-width katakana
+//   3  Anna Reader/The Long Road/01 Departure.m4b    audiobook (MP4), genre "Audiobook"
+//   4  Road Podcast/Season 1/01 First Episode.mp3    genre "Podcast"
+//   5  Misc/untagged.mp3                             valid audio, no tag at all
+//   6  Misc/broken.flac                              TagLib rejects it (FileRef is null)
+// clang-format on
 // Files 7 and up are ordinary tracks: j = i - 7, album j / 10, track number j % 10 + 1, artist
 // album / 3, so 10 tracks per album and 3 albums per artist, at
 // "<Artist>/<Album>/<NN> <Title>.<ext>". The formats by track number 1 to 10 are mp3, flac, m4a,
@@ -74,11 +76,13 @@
 #include <utility>
 #include <vector>
 
-namespace sample {
+#include "TrackTags.h"
 
-inline constexpr int defaultFiles = 40;
-inline constexpr int minimumFiles = 12;
-inline constexpr int maximumFiles = 1000000;
+namespace tangor::sample {
+
+inline constexpr int kDefaultFiles = 40;
+inline constexpr int kMinimumFiles = 12;
+inline constexpr int kMaximumFiles = 1000000;
 
 inline constexpr const char* chineseTrack = "你好/音乐/01 北京.mp3";
 inline constexpr const char* chineseSecondTrack = "你好/音乐/02 矮.flac";
@@ -96,24 +100,15 @@ inline constexpr const char* windowsPlaylist = "Playlists/Windows.m3u";
 inline constexpr const char* mixPlaylist = "Playlists/Mix.pls";
 inline constexpr const char* albumPlaylist = "你好/音乐/音乐.m3u";
 
-inline constexpr int specialFiles = 7;
-inline constexpr int tracksPerAlbum = 10;
-inline constexpr int albumsPerArtist = 3;
+inline constexpr int kSpecialFiles = 7;
+inline constexpr int kTracksPerAlbum = 10;
+inline constexpr int kAlbumsPerArtist = 3;
 
 enum class Format { Mp3, Flac, M4a, M4b, Opus, Wav };
 
 enum class Content { Tagged, Untagged, Broken };
 
-struct Tags {
-    std::string title;
-    std::string artist;
-    std::string album;
-    std::string genre;
-    std::string composer;
-    int track = 0;
-    int disc = 0;
-    int year = 0;
-};
+using Tags = TrackTags;
 
 struct AudioFile {
     std::string path;
@@ -183,7 +178,7 @@ inline constexpr const char* composerFirst[] = {"Alex",  "Maria", "John",  "Elen
                                                 "Peter", "Sofia", "David", "Laura"};
 inline constexpr const char* composerLast[] = {"Morgan", "Keller", "Hansen", "Rossi",
                                                "Novak",  "Berg",   "Moreau", "Lindqvist"};
-inline constexpr Format trackFormats[tracksPerAlbum] = {
+inline constexpr Format kTrackFormats[kTracksPerAlbum] = {
     Format::Mp3, Format::Flac, Format::M4a,  Format::Opus, Format::Wav,
     Format::Mp3, Format::Mp3,  Format::Flac, Format::Mp3,  Format::Mp3};
 
@@ -249,27 +244,27 @@ inline std::string albumName(int album) {
     return detail::pairName(detail::albumFirst, detail::albumSecond, album);
 }
 
-// Audio file `index`, 0 <= index < maximumFiles.
+// Audio file `index`, 0 <= index < kMaximumFiles.
 inline AudioFile audioFile(int index) {
     using namespace detail;
-    if (index < specialFiles) {
+    if (index < kSpecialFiles) {
         return specialFile(index);
     }
-    const int ordinary = index - specialFiles;
-    const int album = ordinary / tracksPerAlbum;
-    const int number = ordinary % tracksPerAlbum + 1;
+    const int ordinary = index - kSpecialFiles;
+    const int album = ordinary / kTracksPerAlbum;
+    const int number = ordinary % kTracksPerAlbum + 1;
     Tags tags;
     tags.title =
         pairName(titleFirst, titleSecond, ordinary % (count(titleFirst) * count(titleSecond)));
-    tags.artist = artistName(album / albumsPerArtist);
+    tags.artist = artistName(album / kAlbumsPerArtist);
     tags.album = albumName(album);
     tags.genre = genres[album % count(genres)];
     tags.composer =
         pairName(composerFirst, composerLast, album % (count(composerFirst) * count(composerLast)));
-    tags.track = number;
-    tags.disc = 1;
+    tags.trackNumber = number;
+    tags.discNumber = 1;
     tags.year = 1970 + album % 50;
-    const Format format = trackFormats[number - 1];
+    const Format format = kTrackFormats[number - 1];
     const std::string path = tags.artist + "/" + tags.album + "/" + twoDigits(number) + " " +
                              tags.title + extension(format);
     return AudioFile{path, format, Content::Tagged, std::move(tags)};
@@ -429,4 +424,4 @@ inline std::vector<LegacyPlaylist> legacyPlaylists() {
     };
 }
 
-}  // namespace sample
+}  // namespace tangor::sample

@@ -23,7 +23,7 @@
 #include "AudioTemplates.h"
 #include "SampleLayout.h"
 
-namespace sample {
+namespace tangor::sample {
 
 namespace {
 
@@ -77,11 +77,11 @@ void setTags(TagLib::File& file, TagLib::Tag& tag, const Tags& tags) {
     tag.setAlbum(utf8(tags.album));
     tag.setGenre(utf8(tags.genre));
     tag.setYear(static_cast<unsigned int>(tags.year));
-    tag.setTrack(static_cast<unsigned int>(tags.track));
+    tag.setTrack(static_cast<unsigned int>(tags.trackNumber));
     // The generic interface has no composer or disc number; every format maps these keys.
     TagLib::PropertyMap properties = file.properties();
     properties.replace("COMPOSER", utf8(tags.composer));
-    properties.replace("DISCNUMBER", TagLib::String::number(tags.disc));
+    properties.replace("DISCNUMBER", TagLib::String::number(tags.discNumber));
     file.setProperties(properties);
 }
 
@@ -328,4 +328,4 @@ TreeCounts writeTree(const std::string& root, int files, bool legacyTags) {
     return TreeCounts{files, playlistCount};
 }
 
-}  // namespace sample
+}  // namespace tangor::sample

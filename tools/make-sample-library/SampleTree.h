@@ -5,7 +5,7 @@
 #include <stdexcept>
 #include <string>
 
-namespace sample {
+namespace tangor::sample {
 
 // A file or folder that could not be written; the message names it.
 class WriteError : public std::runtime_error {
@@ -23,4 +23,4 @@ struct TreeCounts {
 // are overwritten. Throws WriteError.
 TreeCounts writeTree(const std::string& root, int files, bool legacyTags = false);
 
-}  // namespace sample
+}  // namespace tangor::sample

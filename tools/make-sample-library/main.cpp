@@ -33,7 +33,8 @@ int help() {
         "  --version      show the version and exit\n"
         "\n"
         "Exit status: 0 written; 1 a file or folder cannot be written; 2 wrong usage.\n",
-        sample::minimumFiles, sample::maximumFiles, sample::defaultFiles);
+        tangor::sample::kMinimumFiles, tangor::sample::kMaximumFiles,
+        tangor::sample::kDefaultFiles);
     return 0;
 }
 
@@ -62,11 +63,11 @@ bool parseCount(const char* text, int& count) {
             return false;
         }
         value = value * 10 + (*digit - '0');
-        if (value > sample::maximumFiles) {
+        if (value > tangor::sample::kMaximumFiles) {
             return false;
         }
     }
-    if (value < sample::minimumFiles) {
+    if (value < tangor::sample::kMinimumFiles) {
         return false;
     }
     count = static_cast<int>(value);
@@ -80,7 +81,7 @@ int main(int argc, char** argv) {
         return status;
     }
     const char* root = nullptr;
-    int files = sample::defaultFiles;
+    int files = tangor::sample::kDefaultFiles;
     bool legacyTags = false;
     for (int i = 1; i < argc; ++i) {
         if (std::strcmp(argv[i], "--legacy-tags") == 0) {
@@ -92,7 +93,7 @@ int main(int argc, char** argv) {
             if (!parseCount(argv[i], files)) {
                 std::fprintf(
                     stderr, "make-sample-library: --files takes a number from %d to %d, not '%s'\n",
-                    sample::minimumFiles, sample::maximumFiles, argv[i]);
+                    tangor::sample::kMinimumFiles, tangor::sample::kMaximumFiles, argv[i]);
                 return 2;
             }
         } else if (argv[i][0] == '-' || argv[i][0] == '\0' || root != nullptr) {
@@ -110,7 +111,8 @@ int main(int argc, char** argv) {
         base.pop_back();
     }
     try {
-        const sample::TreeCounts counts = sample::writeTree(base, files, legacyTags);
+        const tangor::sample::TreeCounts counts =
+            tangor::sample::writeTree(base, files, legacyTags);
         std::printf("%s: %d audio files, %d playlists\n", root, counts.audioFiles,
                     counts.playlists);
     } catch (const std::exception& error) {

@@ -4,9 +4,9 @@
 #include <cmath>
 #include <iterator>
 
-#include "platform/iwnn/DictionaryFormat.h"
+#include "iwnn/DictionaryFormat.h"
 
-namespace corvina::mkdic {
+namespace tangor::mkdic {
 
 using namespace corvina::iwnn;
 
@@ -94,4 +94,4 @@ DictionaryImages buildImages(const std::vector<WordEntry>& entries, bool weighte
     return images;
 }
 
-}  // namespace corvina::mkdic
+}  // namespace tangor::mkdic

@@ -7,7 +7,7 @@
 
 #include "WordList.h"
 
-namespace corvina::mkdic {
+namespace tangor::mkdic {
 
 struct DictionaryImages {
     std::vector<unsigned char> settings;  // "njcon.a"
@@ -22,4 +22,4 @@ DictionaryImages buildImages(const std::vector<WordEntry>& entries, bool weighte
 // The cost of a word of weight `weight` among words weighing `total` in all.
 std::uint16_t costOf(std::uint32_t weight, double total);
 
-}  // namespace corvina::mkdic
+}  // namespace tangor::mkdic

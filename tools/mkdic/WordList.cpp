@@ -5,9 +5,9 @@
 #include <cstdint>
 #include <cstring>
 
-#include "platform/iwnn/DictionaryFormat.h"
+#include "iwnn/DictionaryFormat.h"
 
-namespace corvina::mkdic {
+namespace tangor::mkdic {
 
 namespace {
 
@@ -178,11 +178,11 @@ std::string parseExtras(const std::vector<std::string_view>& fields, WordEntry& 
         if (fields[3] != "start") {
             return "fourth field not \"start\"";
         }
-        if (entry.word.size() >= iwnn::kMaxWordUnits) {
-            return "start word longer than " + std::to_string(iwnn::kMaxWordUnits - 1) +
+        if (entry.word.size() >= corvina::iwnn::kMaxWordUnits) {
+            return "start word longer than " + std::to_string(corvina::iwnn::kMaxWordUnits - 1) +
                    " UTF-16 units";
         }
-        entry.word.insert(entry.word.begin(), static_cast<char16_t>(iwnn::kStartUnit));
+        entry.word.insert(entry.word.begin(), static_cast<char16_t>(corvina::iwnn::kStartUnit));
     }
     return {};
 }
@@ -203,12 +203,12 @@ std::string parseLine(std::string_view line, WordEntry& entry, bool& skipped) {
     }
     entry.word.clear();
     entry.reading.clear();
-    std::string reason = checkText(fields[0], "word", iwnn::kMaxWordUnits, entry.word);
+    std::string reason = checkText(fields[0], "word", corvina::iwnn::kMaxWordUnits, entry.word);
     if (reason.empty()) {
-        reason = checkText(fields[1], "reading", iwnn::kMaxReadingUnits, entry.reading);
+        reason = checkText(fields[1], "reading", corvina::iwnn::kMaxReadingUnits, entry.reading);
     }
     if (reason.empty() &&
-        entry.word.find(static_cast<char16_t>(iwnn::kStartUnit)) != std::u16string::npos) {
+        entry.word.find(static_cast<char16_t>(corvina::iwnn::kStartUnit)) != std::u16string::npos) {
         reason = "U+0001 in the word";
     }
     return reason.empty() ? parseExtras(fields, entry) : reason;
@@ -254,4 +254,4 @@ bool readWordList(std::FILE* file, WordList& list, std::string& error) {
     return true;
 }
 
-}  // namespace corvina::mkdic
+}  // namespace tangor::mkdic

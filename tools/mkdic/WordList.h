@@ -12,7 +12,7 @@
 #include <string_view>
 #include <vector>
 
-namespace corvina::mkdic {
+namespace tangor::mkdic {
 
 constexpr std::size_t kMaxLineBytes = 4096;
 constexpr unsigned kMaxLines = 2000000;
@@ -48,4 +48,4 @@ std::string parseLine(std::string_view line, WordEntry& entry, bool& skipped);
 // cannot be read; bad lines and duplicate words go to `list.errors`.
 bool readWordList(std::FILE* file, WordList& list, std::string& error);
 
-}  // namespace corvina::mkdic
+}  // namespace tangor::mkdic

@@ -15,9 +15,9 @@
 
 namespace {
 
-using corvina::mkdic::DictionaryImages;
-using corvina::mkdic::LineError;
-using corvina::mkdic::WordList;
+using tangor::mkdic::DictionaryImages;
+using tangor::mkdic::LineError;
+using tangor::mkdic::WordList;
 
 struct FileCloser {
     void operator()(std::FILE* file) const noexcept { std::fclose(file); }
@@ -109,7 +109,7 @@ int main(int argc, char** argv) {
     }
     WordList list;
     std::string error;
-    if (!corvina::mkdic::readWordList(input.get(), list, error)) {
+    if (!tangor::mkdic::readWordList(input.get(), list, error)) {
         return fail("read", listPath, error);
     }
     for (const LineError& bad : list.errors) {
@@ -118,5 +118,5 @@ int main(int argc, char** argv) {
     if (!list.errors.empty()) {
         return 1;
     }
-    return writeImages(corvina::mkdic::buildImages(list.entries, list.weighted), argv[2], argv[3]);
+    return writeImages(tangor::mkdic::buildImages(list.entries, list.weighted), argv[2], argv[3]);
 }

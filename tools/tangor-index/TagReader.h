@@ -5,17 +5,11 @@
 
 #include <string>
 
+#include "TrackTags.h"
+
 namespace tangor::index {
 
-struct Tags {
-    std::string title;
-    std::string artist;
-    std::string album;
-    std::string genre;
-    std::string composer;
-    int trackNumber = 0;  // 0 when missing
-    int discNumber = 0;   // 0 when missing
-};
+using Tags = TrackTags;
 
 enum class TagResult { Read, Unreadable, NotAudio, Vanished };
 

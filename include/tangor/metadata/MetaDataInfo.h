@@ -35,7 +35,32 @@ struct AsianFields {
     char* composer = nullptr;
 };
 
-class TANGOR_EXPORT MetaDataInfo {
+// The plain fields of a track record, in declaration order: copied, moved and swapped by the
+// compiler, so a field added here is never missed by one of them.
+struct TANGOR_EXPORT TrackFields {
+    std::string path;
+    std::string directory;  // `path` up to its last "/"; all of it when it has none
+    std::string name;       // `path` after its last "/"; all of it when it has none
+    std::string title;
+    std::string artist;
+    std::string album;
+    std::string genre;
+    std::string composer;
+    int trackIndex;
+    int discNumber;
+    long lastModified;
+    Md5 objectId;     // Track, of `path`
+    Md5 artistId;     // Artist, of `artist`
+    Md5 albumId;      // Album, of `album`
+    Md5 genreId;      // Genre, of `genre`
+    Md5 composerId;   // Composer, of `composer`
+    Md5 directoryId;  // Directory, of `directory`
+    Md5 partitionId;  // Directory, of the mount point: the partition's PARTITION_ID
+    int audioType;
+    std::string prefix;
+};
+
+class TANGOR_EXPORT MetaDataInfo : public TrackFields {
 public:
     // The values of `audioType`, single bits.
     enum AudioType { Music = 0x01, Audiobook = 0x10, Podcast = 0x20 };
@@ -61,7 +86,7 @@ public:
 
     // The record owns the set `asianFields` points to: a copy gets its own duplicate of every
     // text, a move hands the set over (the source is left without one), and the record's end
-    // releases it.
+    // releases it. The fields of TrackFields are copied and moved as they are.
     MetaDataInfo(const MetaDataInfo& other);
     MetaDataInfo(MetaDataInfo&& other) noexcept;
     MetaDataInfo& operator=(MetaDataInfo other) noexcept;
@@ -81,32 +106,12 @@ public:
     // Chinese markets, since the engine's work area is the process's one.
     void setAsianFields();
 
-    std::string path;
-    std::string directory;  // `path` up to its last "/"; all of it when it has none
-    std::string name;       // `path` after its last "/"; all of it when it has none
-    std::string title;
-    std::string artist;
-    std::string album;
-    std::string genre;
-    std::string composer;
-    int trackIndex;
-    int discNumber;
-    long lastModified;
-    Md5 objectId;     // Track, of `path`
-    Md5 artistId;     // Artist, of `artist`
-    Md5 albumId;      // Album, of `album`
-    Md5 genreId;      // Genre, of `genre`
-    Md5 composerId;   // Composer, of `composer`
-    Md5 directoryId;  // Directory, of `directory`
-    Md5 partitionId;  // Directory, of the mount point: the partition's PARTITION_ID
-    int audioType;
-    std::string prefix;
     AsianFields* asianFields;  // owned; null until readings are asked for
 
 private:
     struct Input;
     explicit MetaDataInfo(const Input& input);
-    void swap(MetaDataInfo& other) noexcept;
+    static TrackFields fieldsOf(const Input& input);
 };
 
 }  // namespace corvina

@@ -1,9 +1,9 @@
-#include "platform/iwnn/WordTable.h"
+#include "iwnn/WordTable.h"
 
 #include <algorithm>
 #include <cstring>
 
-#include "platform/iwnn/DictionaryFormat.h"
+#include "iwnn/DictionaryFormat.h"
 
 namespace corvina::iwnn {
 

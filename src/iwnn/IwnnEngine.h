@@ -1,6 +1,6 @@
 #pragma once
 
-// The conversion engine's calls. This machine's build links a stand-in (src/platform/iwnn); a
+// The conversion engine's calls. This machine's build links a stand-in (src/iwnn); a
 // build for the head unit may link the real engine instead (TANGOR_IWNN_LIBRARY).
 //
 // Texts are UTF-16BE: 16-bit units, high byte first, ended by a zero unit. Every call fails

@@ -4,16 +4,16 @@
 // calls only check that the engine runs on the images it validated and that a record is one that
 // mmx_split_word could have made, then trust the image.
 
-#include "platform/iwnn/IwnnEngine.h"
+#include "iwnn/IwnnEngine.h"
 
 #include <algorithm>
 #include <climits>
 #include <cstdlib>
 #include <cstring>
 
-#include "platform/iwnn/DictionaryFormat.h"
-#include "platform/iwnn/Segmenter.h"
-#include "platform/iwnn/WordTable.h"
+#include "iwnn/DictionaryFormat.h"
+#include "iwnn/Segmenter.h"
+#include "iwnn/WordTable.h"
 
 using corvina::iwnn::Piece;
 using corvina::iwnn::readU16;

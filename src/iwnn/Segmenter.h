@@ -9,7 +9,7 @@
 
 #include <cstdint>
 
-#include "platform/iwnn/WordTable.h"
+#include "iwnn/WordTable.h"
 
 namespace corvina::iwnn {
 

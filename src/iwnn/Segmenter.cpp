@@ -1,9 +1,9 @@
-#include "platform/iwnn/Segmenter.h"
+#include "iwnn/Segmenter.h"
 
 #include <algorithm>
 #include <limits>
 
-#include "platform/iwnn/DictionaryFormat.h"
+#include "iwnn/DictionaryFormat.h"
 
 namespace corvina::iwnn {
 

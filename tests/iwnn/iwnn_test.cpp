@@ -1,4 +1,4 @@
-#include "platform/iwnn/IwnnEngine.h"
+#include "iwnn/IwnnEngine.h"
 
 #include <tangor/phonetic/phonetic.h>
 
@@ -10,7 +10,7 @@
 #include <string>
 #include <tuple>
 
-#include "platform/iwnn/DictionaryFormat.h"
+#include "iwnn/DictionaryFormat.h"
 #include "support/TestSupport.h"
 
 namespace tangor::test {
@@ -64,7 +64,7 @@ struct Fault {
 class IwnnTest : public ::testing::Test {
 protected:
     void SetUp() override {
-        ASSERT_TRUE(makeDictionary(TANGOR_TEST_SOURCE_DIR "/platform/iwnn_words.txt",
+        ASSERT_TRUE(makeDictionary(TANGOR_TEST_SOURCE_DIR "/iwnn/iwnn_words.txt",
                                    dir_.file("njcon.a"), dir_.file("njtan.a")));
         settings_ = readFile(dir_.file("njcon.a"));
         words_ = readFile(dir_.file("njtan.a"));
@@ -253,7 +253,7 @@ TEST_F(IwnnTest, MalformedImagesAreRefusedWithoutReadingPastThem) {
 // iwnn_weighted_words.txt sorted: 0 the start word 曾 (0x0001 曾), 1 京, 2 北, 3 北京; 10 bytes an
 // entry, the pool at byte 56: ^曾zeng at unit 0, 京jing at 6, 北bei at 11, 北京bei jing at 15.
 TEST_F(IwnnTest, MalformedWeightedImagesAreRefusedWithoutReadingPastThem) {
-    ASSERT_TRUE(makeDictionary(TANGOR_TEST_SOURCE_DIR "/platform/iwnn_weighted_words.txt",
+    ASSERT_TRUE(makeDictionary(TANGOR_TEST_SOURCE_DIR "/iwnn/iwnn_weighted_words.txt",
                                dir_.file("v2.con"), dir_.file("v2.tan")));
     const std::string settings = readFile(dir_.file("v2.con"));
     const std::string words = readFile(dir_.file("v2.tan"));
