@@ -46,11 +46,7 @@ protected:
 };
 
 TEST_F(Dictionaries, ReadPolyphonesInContextNamesAndBothScripts) {
-    const struct {
-        int countryCode;
-        const char* text;
-        const char* reading;
-    } cases[] = {
+    expectReadings({
         {6, "长大", "ZhangDa"},
         {6, "长城", "ChangCheng"},
         {6, "重要", "ZhongYao"},
@@ -72,23 +68,7 @@ TEST_F(Dictionaries, ReadPolyphonesInContextNamesAndBothScripts) {
         {9, "长大", "ㄓㄤˇ ㄉㄚˋ"},  // simplified characters on the Taiwanese market
         {9, "我的", "ㄨㄛˇ ˙ㄉㄜ"},  // the light tone before its syllable
         {9, "曾經", "ㄘㄥˊ ㄐㄧㄥ"},
-    };
-    for (const int code : {6, 9}) {
-        init_lib(iWnn, code);
-        for (const auto& c : cases) {
-            if (c.countryCode != code) {
-                continue;
-            }
-            std::string text = c.text;
-            char* reading = transf_to_pinyin(text.data());
-            ASSERT_NE(reading, nullptr) << c.text;
-            EXPECT_STREQ(reading, c.reading) << c.text;
-            if (reading[0] != 0) {
-                std::free(reading);
-            }
-        }
-        free_dic(iWnn);
-    }
+    });
 }
 
 TEST_F(Dictionaries, WordsFitTheLoadersBuffer) {

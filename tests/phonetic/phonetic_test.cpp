@@ -34,15 +34,6 @@ protected:
         free_dic(iWnn);
         FixedPathsTest::TearDown();
     }
-    // The reading of `text`, "<null>" for none; a non-empty reading is released here.
-    static std::string readingOf(std::string& text) {
-        char* reading = transf_to_pinyin(text.data());
-        const std::string result = reading == nullptr ? "<null>" : reading;
-        if (reading != nullptr && reading[0] != 0) {
-            std::free(reading);
-        }
-        return result;
-    }
 };
 
 TEST_F(Phonetic, ReadingsPerMarketWithinTheirBuffersAndLineEndsCutInPlace) {
@@ -85,11 +76,7 @@ TEST_F(Phonetic, ReadingsPerMarketWithinTheirBuffersAndLineEndsCutInPlace) {
 TEST_F(Phonetic, WeightedDictionariesReadEachTextInItsContext) {
     installDictionary(6, phoneticTestList("pinyin-weighted.txt"));
     installDictionary(9, phoneticTestList("bopomofo-weighted.txt"));
-    const struct {
-        int countryCode;
-        std::string text;
-        std::string reading;
-    } cases[] = {
+    expectReadings({
         {6, "长大", "ZhangDa"},
         {6, "长城", "ChangCheng"},
         {6, "长城长大", "ChangChengZhangDa"},
@@ -106,14 +93,7 @@ TEST_F(Phonetic, WeightedDictionariesReadEachTextInItsContext) {
         {6, "Hello World", ""},  // no dictionary word: no reading at all
         {9, "長大的長城", "ㄓㄤˇ ㄉㄚˋ ˙ㄉㄜ ㄔㄤˊ ㄔㄥˊ"},
         {9, "Live 長城", "live ㄔㄤˊ ㄔㄥˊ"},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.text + " on market " + std::to_string(c.countryCode));
-        init_lib(iWnn, c.countryCode);
-        std::string input = c.text;
-        EXPECT_EQ(readingOf(input), c.reading);
-        free_dic(iWnn);
-    }
+    });
 }
 
 // With a candidate limit of one unit, 你好 has no candidate and ends the split: 京 after it is
