@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <vector>
 
 #include "FileSystem.h"
 
@@ -16,25 +15,26 @@ bool headIsAllZero(const std::string& path) {
     if (!file.valid()) {
         return false;
     }
-    std::vector<char> head(kAudioHeadBytes);
-    std::size_t filled = 0;
+    // Read block by block and stop at the first byte that is not zero: an audio file costs one
+    // small read, only a zero-filled head is read whole.
+    char block[4096];
+    std::size_t seen = 0;
     // Each round reads at least one byte or ends: at most kAudioHeadBytes rounds.
-    while (filled < head.size()) {
-        const ssize_t got = read(file.get(), head.data() + filled, head.size() - filled);
+    while (seen < kAudioHeadBytes) {
+        const std::size_t wanted = std::min(sizeof block, kAudioHeadBytes - seen);
+        const ssize_t got = read(file.get(), block, wanted);
         if (got < 0 && errno == EINTR) {
             continue;
         }
-        if (got < 0) {
+        if (got <= 0) {
+            return got == 0 && seen > 0;
+        }
+        if (std::any_of(block, block + got, [](char byte) { return byte != 0; })) {
             return false;
         }
-        if (got == 0) {
-            break;
-        }
-        filled += static_cast<std::size_t>(got);
+        seen += static_cast<std::size_t>(got);
     }
-    return filled > 0 &&
-           std::all_of(head.begin(), head.begin() + static_cast<std::ptrdiff_t>(filled),
-                       [](char byte) { return byte == 0; });
+    return true;
 }
 
 }  // namespace tangor::index

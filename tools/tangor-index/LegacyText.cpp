@@ -1,7 +1,7 @@
 #include "LegacyText.h"
 
-#include <glib.h>
 #include <iconv.h>
+#include <utf8proc.h>
 
 #include <array>
 #include <cerrno>
@@ -349,7 +349,18 @@ bool isAscii(std::string_view bytes) {
 }
 
 bool isUtf8(std::string_view bytes) {
-    return g_utf8_validate_len(bytes.data(), bytes.size(), nullptr);
+    const auto* at = reinterpret_cast<const utf8proc_uint8_t*>(bytes.data());
+    const auto size = static_cast<utf8proc_ssize_t>(bytes.size());
+    // Each round consumes at least one byte. A NUL byte is no text's.
+    for (utf8proc_ssize_t i = 0; i < size;) {
+        utf8proc_int32_t codePoint = 0;
+        const utf8proc_ssize_t length = utf8proc_iterate(at + i, size - i, &codePoint);
+        if (length <= 0 || codePoint == 0) {
+            return false;
+        }
+        i += length;
+    }
+    return true;
 }
 
 Encoding decideEncoding(const std::vector<std::string>& texts, unsigned market) {
