@@ -38,7 +38,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
             return 0;
         }
         std::vector<std::string> entries;
-        if (tangor::index::readPlaylistEntries(name, entries, limits)) {
+        tangor::index::PlaylistCut cut = tangor::index::PlaylistCut::None;
+        if (tangor::index::readPlaylistEntries(name, entries, cut, limits)) {
             if (entries.size() > limits.maxEntries) {
                 std::abort();
             }

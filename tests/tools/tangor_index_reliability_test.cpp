@@ -1,15 +1,19 @@
 // What must hold when a scan meets more than its input: a second scan of the same device, mount
-// points whose names are SQL, a disk that fills up, files that are not what their names say.
+// points whose names are SQL, a disk that fills up, files that are not what their names say, links
+// out of the partition and what lies beyond the limits.
 
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/mount.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
+#include <climits>
 #include <filesystem>
 #include <string>
 #include <thread>
@@ -61,6 +65,33 @@ protected:
         const int fd = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
         ASSERT_GE(fd, 0);
         EXPECT_EQ(ftruncate(fd, size), 0);
+        close(fd);
+    }
+
+    // A folder below `parent` whose path ends just short of PATH_MAX: a short name still fits in
+    // it, a long one does not.
+    static std::string makeNearlyFullFolder(const std::string& parent) {
+        const std::size_t end = PATH_MAX - 100;
+        std::string folder = parent;
+        while (folder.size() + 1 + 250 < end) {
+            folder += "/" + std::string(250, 'd');
+        }
+        folder += "/" + std::string(end - folder.size() - 1, 'd');
+        fs::create_directories(folder);
+        return folder;
+    }
+
+    // The entry `name` in `folder`, made through the folder's descriptor: its path may not fit.
+    static void makeInFolder(const std::string& folder, const std::string& name, bool isFolder) {
+        const int fd = open(folder.c_str(), O_RDONLY | O_DIRECTORY);
+        ASSERT_GE(fd, 0);
+        if (isFolder) {
+            EXPECT_EQ(mkdirat(fd, name.c_str(), 0755), 0);
+        } else {
+            const int file = openat(fd, name.c_str(), O_WRONLY | O_CREAT, 0644);
+            EXPECT_GE(file, 0);
+            close(file);
+        }
         close(fd);
     }
 
@@ -121,7 +152,9 @@ TEST_F(ReliabilityTest, TwoScansAtOnceWriteEveryTrackOnce) {
 class Notices : public index::ScanObserver {
 public:
     void notice(const std::string& message) override { messages.push_back(message); }
+    void warning(const std::string& message) override { warnings.push_back(message); }
     std::vector<std::string> messages;
+    std::vector<std::string> warnings;
 };
 
 TEST_F(ReliabilityTest, ScanWaitsForTheLockThenGivesUp) {
@@ -261,6 +294,59 @@ TEST_F(ReliabilityTest, ZeroFilledFileIsIndexedFromItsNameWithAWarning) {
               std::string::npos)
         << result.standardError;
     EXPECT_EQ(value("SELECT TITLE FROM SONGS WHERE PATH = '" + mount + "/Zeros.mp3'"), "Zeros");
+}
+
+// Nothing the scan leaves out goes unsaid: links that leave the partition (a file beside it whose
+// name starts like it, a folder, the indexer's own memory) are not followed, and what lies past the
+// limits is not indexed; each is a warning naming it and counts as skipped.
+TEST_F(ReliabilityTest, WhatTheScanLeavesOutIsNamedAndCounted) {
+    writeFile(tree.file("usb.mp3"), "x");
+    fs::create_directories(tree.file("elsewhere"));
+    writeFile(tree.file("elsewhere/song.mp3"), "x");
+    fs::create_symlink(tree.file("usb.mp3"), mount + "/outside.mp3");
+    fs::create_directory_symlink("../elsewhere", mount + "/outside");
+    fs::create_symlink("/proc/self/mem", mount + "/memory.mp3");
+    std::string tooDeep = mount + "/deep";
+    for (int depth = 1; depth <= index::WalkLimits().maxDepth; ++depth) {
+        tooDeep += "/d";
+    }
+    fs::create_directories(tooDeep);
+    writeFile(tooDeep + "/song.mp3", "x");
+    std::string entries;
+    for (std::size_t i = 0; i <= index::PlaylistLimits().maxEntries; ++i) {
+        entries += "song.mp3\n";
+    }
+    writeFile(mount + "/long.m3u", entries);
+    const std::string nearlyFull = makeNearlyFullFolder(mount);
+    writeFile(nearlyFull + "/fits.mp3", "x");
+    const std::string longName(250, 'e');
+    makeInFolder(nearlyFull, longName, true);
+    makeInFolder(nearlyFull, longName + ".mp3", false);
+
+    Notices observer;
+    const index::ScanTotals totals = index::scanDevice("usb", {mount}, observer);
+    struct Row {
+        std::string path;
+        const char* problem;
+    };
+    const Row rows[] = {
+        {mount + "/outside.mp3", "link leaves the partition; not followed"},
+        {mount + "/outside", "link leaves the partition; not followed"},
+        {mount + "/memory.mp3", "link leaves the partition; not followed"},
+        {tooDeep, "folder more than 64 levels below the mount point; skipped"},
+        {mount + "/long.m3u", "playlist has more than 10000 entries; the rest are left out"},
+        {nearlyFull + "/" + longName, "path longer than 4095 bytes; skipped"},
+        {nearlyFull + "/" + longName + ".mp3", "path longer than 4095 bytes; skipped"},
+    };
+    for (const Row& row : rows) {
+        const std::string expected = row.path + ": " + row.problem;
+        EXPECT_EQ(std::count(observer.warnings.begin(), observer.warnings.end(), expected), 1)
+            << expected;
+    }
+    EXPECT_EQ(totals.skipped, std::size(rows));
+    EXPECT_EQ(totals.unreadable, 0u);
+    EXPECT_EQ(value("SELECT COUNT(*) FROM SONGS"), std::to_string(sample::kMinimumFiles + 1));
+    EXPECT_EQ(value("SELECT COUNT(*) FROM SONGS WHERE PATH = '" + nearlyFull + "/fits.mp3'"), "1");
 }
 
 }  // namespace

@@ -64,31 +64,36 @@ public:
         }
         fs::create_directory_symlink("a", mount + "/link-to-folder");  // never followed
         fs::create_directory_symlink("..", mount + "/a/loop");
-        fs::create_symlink("a.mp3", mount + "/link.mp3");  // a file through a link counts
+        fs::create_symlink("a.mp3", mount + "/link.mp3");            // a file through a link counts
+        fs::create_symlink("../usb/a.mp3", mount + "/back-in.mp3");  // out and back in: inside
         fs::create_symlink("none.mp3", mount + "/dangling.mp3");
+        // Outside: beside the mount point, one with a name that starts like it.
+        writeFile(dir.file("usb.mp3"), "x");
+        fs::create_directories(dir.file("usb-other"));
+        writeFile(dir.file("usb-other/z.mp3"), "x");
+        fs::create_symlink(dir.file("usb.mp3"), mount + "/outside.mp3");
+        fs::create_directory_symlink("../usb-other", mount + "/outside-folder");
     }
 
     TempDir dir;
     std::string mount;
 };
 
-std::vector<std::string> walkAll(const MountPoint& mountPoint, const index::WalkLimits& limits,
-                                 bool* truncated = nullptr) {
+std::vector<std::string> walkAll(const MountPoint& mountPoint, const index::WalkLimits& limits) {
     index::PartitionWalk walk(mountPoint, limits);
     std::vector<std::string> found;
     WalkEntry entry;
     while (walk.next(entry) && found.size() < 100) {
         const char* kind = entry.kind == WalkEntry::Kind::Audio      ? ""
                            : entry.kind == WalkEntry::Kind::Playlist ? "playlist "
+                           : entry.kind == WalkEntry::Kind::Skipped  ? "skipped "
                                                                      : "unreadable ";
         found.push_back(kind + entry.relativePath);
-    }
-    if (truncated) {
-        *truncated = walk.truncated();
     }
     return found;
 }
 
+// What a limit or a link out of the partition leaves out comes out as a skipped entry in its place.
 TEST(PartitionWalk, FindsAudioAndPlaylistsInPathOrderWithinItsLimits) {
     const Tree tree;
     const MountPoint mountPoint(tree.mount);
@@ -96,31 +101,36 @@ TEST(PartitionWalk, FindsAudioAndPlaylistsInPathOrderWithinItsLimits) {
         const char* what;
         index::WalkLimits limits;
         std::vector<std::string> expected;
-        bool truncated;
     };
-    const std::vector<std::string> all = {"B.flac",           "a/deep/er/y.mp3", "a/x.mp3",
-                                          "a-b.mp3",          "a.mp3",           "link.mp3",
-                                          "playlist list.m3u"};
+    const std::vector<std::string> all = {"B.flac",
+                                          "a/deep/er/y.mp3",
+                                          "a/x.mp3",
+                                          "a-b.mp3",
+                                          "a.mp3",
+                                          "back-in.mp3",
+                                          "link.mp3",
+                                          "playlist list.m3u",
+                                          "skipped outside-folder",
+                                          "skipped outside.mp3"};
+    const std::vector<std::string> afterA(all.begin() + 3, all.end());
+    auto with = [&afterA](std::vector<std::string> first) {
+        first.insert(first.end(), afterA.begin(), afterA.end());
+        return first;
+    };
     const Row rows[] = {
-        {"no limit reached", {}, all, false},
-        {"two files", {2, 64, 1000}, {"B.flac", "a/deep/er/y.mp3"}, true},
-        {"one folder deep",
-         {100, 1, 1000},
-         {"B.flac", "a/x.mp3", "a-b.mp3", "a.mp3", "link.mp3", "playlist list.m3u"},
-         true},
-        {"the mount point only",
-         {100, 0, 1000},
-         {"B.flac", "a-b.mp3", "a.mp3", "link.mp3", "playlist list.m3u"},
-         true},
+        {"no limit reached", {}, all},
+        {"two files", {2, 64, 1000}, {"B.flac", "a/deep/er/y.mp3", "skipped a/x.mp3"}},
+        {"one folder deep", {100, 1, 1000}, with({"B.flac", "skipped a/deep", "a/x.mp3"})},
+        {"the mount point only", {100, 0, 1000}, with({"B.flac", "skipped a"})},
     };
     for (const Row& row : rows) {
-        bool truncated = false;
-        EXPECT_EQ(walkAll(mountPoint, row.limits, &truncated), row.expected) << row.what;
-        EXPECT_EQ(truncated, row.truncated) << row.what;
+        EXPECT_EQ(walkAll(mountPoint, row.limits), row.expected) << row.what;
     }
-    bool truncated = false;
-    EXPECT_LE(walkAll(mountPoint, {100, 64, 2}, &truncated).size(), 4u);
-    EXPECT_TRUE(truncated);
+    // Two entries a folder: the mount point is named first, as cut short.
+    const std::vector<std::string> cut = walkAll(mountPoint, {100, 64, 2});
+    ASSERT_FALSE(cut.empty());
+    EXPECT_EQ(cut.front(), "skipped ");
+    EXPECT_LE(cut.size(), 6u);
     // A mount point named through a link is walked all the same.
     const std::string linked = tree.dir.file("linked");
     fs::create_directory_symlink(tree.mount, linked);
@@ -140,7 +150,8 @@ TEST(PartitionWalk, NamesAFolderItCannotReadInItsPlace) {
     EXPECT_EQ(entries[1].kind, WalkEntry::Kind::Unreadable);
     EXPECT_EQ(entries[1].relativePath, "a");
     EXPECT_EQ(entries[1].problem, "folder cannot be opened: Permission denied");
-    EXPECT_EQ(entries.size(), 6u);  // the two files below "a" are not seen, the other five are
+    // The two files below "a" are not seen; the other six and the two links that leave are.
+    EXPECT_EQ(entries.size(), 9u);
 }
 
 // A database with the schema, and one partition's stored rows written straight in.
@@ -189,6 +200,7 @@ std::vector<std::string> compareAll(index::IndexDatabase& db, const MountPoint& 
         items.push_back(action[static_cast<int>(item.action)] + item.relativePath +
                         (item.storedId ? " (stored)" : ""));
     }
+    items.insert(items.end(), problems.begin(), problems.end());
     return items;
 }
 
@@ -197,13 +209,23 @@ TEST_F(StoredRowsTest, ComparisonReadsWhatChangedAndDeletesWhatIsGone) {
     storeSong("B.flac", modified("B.flac") - 1);
     storeSong("A.MP3", modified("a.mp3"));  // differs from a file only in case: another file
     storeSong("a/gone.mp3", 1);
+    storeSong("outside.mp3", 1);  // indexed through its link once; no more
     storeSong("zzz/old.mp3", 1);  // its folder is gone
     index::IndexDatabase db("usb");
-    const std::vector<std::string> expected = {
-        "delete A.MP3 (stored)",      "read B.flac (stored)", "read a/deep/er/y.mp3",
-        "delete a/gone.mp3 (stored)", "read a/x.mp3",         "read a-b.mp3",
-        "keep a.mp3 (stored)",        "read link.mp3",        "playlist list.m3u",
-        "delete zzz/old.mp3 (stored)"};
+    const std::vector<std::string> expected = {"delete A.MP3 (stored)",
+                                               "read B.flac (stored)",
+                                               "read a/deep/er/y.mp3",
+                                               "delete a/gone.mp3 (stored)",
+                                               "read a/x.mp3",
+                                               "read a-b.mp3",
+                                               "keep a.mp3 (stored)",
+                                               "read back-in.mp3",
+                                               "read link.mp3",
+                                               "playlist list.m3u",
+                                               "problem outside-folder",
+                                               "problem outside.mp3",
+                                               "delete outside.mp3 (stored)",
+                                               "delete zzz/old.mp3 (stored)"};
     EXPECT_EQ(compareAll(db, mountPoint), expected);
 }
 
@@ -217,7 +239,9 @@ TEST_F(StoredRowsTest, ComparisonKeepsWhatIsStoredBelowAnUnreadableFolder) {
         "read B.flac",           "keep a/deep/er/y.mp3 (stored)",
         "keep a/x.mp3 (stored)", "problem a",
         "read a-b.mp3 (stored)", "read a.mp3",
-        "read link.mp3",         "playlist list.m3u"};
+        "read back-in.mp3",      "read link.mp3",
+        "playlist list.m3u",     "problem outside-folder",
+        "problem outside.mp3"};
     EXPECT_EQ(compareAll(db, mountPoint), expected);
 }
 

@@ -49,13 +49,33 @@ TEST(PlaylistEntries, M3uKeepsItsLinesAndPlsFollowsItsNumbers) {
     writeFile(m3u, "\xEF\xBB\xBF#EXTM3U\r\n#EXTINF:1,x\r\n  a.mp3  \r\n\r\nb\\c.mp3");
     const std::string pls = dir.file("list.pls");
     writeFile(pls, "[playlist]\nFile2=second.mp3\nTitle1=t\nfile1=first.mp3\nNumberOfEntries=2\n");
+    using Cut = index::PlaylistCut;
+    struct Row {
+        const char* what;
+        std::string path;
+        index::PlaylistLimits limits;
+        std::vector<std::string> expected;
+        Cut cut;
+    };
+    const Row rows[] = {
+        {"m3u", m3u, {}, {"a.mp3", "b\\c.mp3"}, Cut::None},
+        {"pls", pls, {}, {"first.mp3", "second.mp3"}, Cut::None},
+        {"one entry", pls, {1 << 20, 1}, {"first.mp3"}, Cut::Entries},
+        // The line cut in half at the limit is left out.
+        {"fewer bytes than the file", m3u, {40, 10}, {"a.mp3"}, Cut::Bytes},
+        {"as many bytes as the file", m3u, {45, 10}, {"a.mp3", "b\\c.mp3"}, Cut::None},
+    };
+    ASSERT_EQ(readFile(m3u).size(), 45u);
+    for (const Row& row : rows) {
+        std::vector<std::string> entries;
+        Cut cut = Cut::None;
+        ASSERT_TRUE(index::readPlaylistEntries(row.path, entries, cut, row.limits)) << row.what;
+        EXPECT_EQ(entries, row.expected) << row.what;
+        EXPECT_EQ(cut, row.cut) << row.what;
+    }
     std::vector<std::string> entries;
-    ASSERT_TRUE(index::readPlaylistEntries(m3u, entries));
-    EXPECT_EQ(entries, (std::vector<std::string>{"a.mp3", "b\\c.mp3"}));
-    entries.clear();
-    ASSERT_TRUE(index::readPlaylistEntries(pls, entries, {1 << 20, 1}));
-    EXPECT_EQ(entries, (std::vector<std::string>{"first.mp3"}));  // cut to one entry
-    EXPECT_FALSE(index::readPlaylistEntries(dir.file("none.m3u"), entries));
+    Cut cut = Cut::None;
+    EXPECT_FALSE(index::readPlaylistEntries(dir.file("none.m3u"), entries, cut));
 }
 
 TEST(PathOrder, EverythingBelowAFolderFollowsItAtOnce) {

@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
 #include <memory>
 
@@ -100,16 +101,22 @@ bool listFolder(int folder, std::size_t limit, std::vector<FolderEntry>& entries
     return true;
 }
 
-bool readFileStart(const std::string& path, std::size_t limit, std::string& content, int& error) {
+bool readFileStart(const std::string& path, std::size_t limit, std::string& content, bool& whole,
+                   int& error) {
     const FileDescriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_LARGEFILE));
-    if (!file.valid()) {
+    struct statx status {};
+    if (!file.valid() || statx(file.get(), "", AT_EMPTY_PATH, STATX_SIZE, &status) != 0) {
         error = errno;
         return false;
     }
-    content.assign(limit, '\0');
+    // Sized to the file, so that a short one costs no more than its bytes.
+    const std::size_t wanted =
+        status.stx_size < limit ? static_cast<std::size_t>(status.stx_size) : limit;
+    whole = status.stx_size <= limit;
+    content.resize(wanted);
     std::size_t filled = 0;
-    while (filled < limit) {
-        const ssize_t got = read(file.get(), content.data() + filled, limit - filled);
+    while (filled < wanted) {
+        const ssize_t got = read(file.get(), content.data() + filled, wanted - filled);
         if (got < 0 && errno == EINTR) {
             continue;
         }
@@ -118,11 +125,22 @@ bool readFileStart(const std::string& path, std::size_t limit, std::string& cont
             return false;
         }
         if (got == 0) {
-            break;
+            break;  // shorter than it was a moment ago
         }
         filled += static_cast<std::size_t>(got);
     }
     content.resize(filled);
+    return true;
+}
+
+bool resolvedPath(const std::string& path, std::string& resolved, int& error) {
+    const std::unique_ptr<char, decltype(&std::free)> real(realpath(path.c_str(), nullptr),
+                                                           &std::free);
+    if (!real) {
+        error = errno;
+        return false;
+    }
+    resolved = real.get();
     return true;
 }
 

@@ -62,9 +62,14 @@ FileDescriptor openFolder(int parent, const char* name, bool followLink);
 bool listFolder(int folder, std::size_t limit, std::vector<FolderEntry>& entries, bool& full,
                 int& error);
 
-// Reads at most `limit` bytes of the file at `path`. False (with errno in `error`) when it cannot
-// be opened or read.
-bool readFileStart(const std::string& path, std::size_t limit, std::string& content, int& error);
+// Reads at most `limit` bytes of the file at `path` into a buffer sized to what it reads; `whole`
+// tells that the file held no more. False (with errno in `error`) when it cannot be opened or read.
+bool readFileStart(const std::string& path, std::size_t limit, std::string& content, bool& whole,
+                   int& error);
+
+// The path that `path` names with every link, "." and ".." resolved (realpath). False (with errno
+// in `error`) when it names nothing or cannot be resolved.
+bool resolvedPath(const std::string& path, std::string& resolved, int& error);
 
 // strerror's text for `error`, thread-safe.
 std::string errorText(int error);

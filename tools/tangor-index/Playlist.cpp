@@ -81,11 +81,19 @@ bool isPls(const std::string& path) {
 }  // namespace
 
 bool readPlaylistEntries(const std::string& path, std::vector<std::string>& entries,
-                         const PlaylistLimits& limits) {
+                         PlaylistCut& cut, const PlaylistLimits& limits) {
+    cut = PlaylistCut::None;
     std::string content;
+    bool whole = true;
     int error = 0;
-    if (!readFileStart(path, limits.maxBytes, content, error)) {
+    if (!readFileStart(path, limits.maxBytes, content, whole, error)) {
         return false;
+    }
+    if (!whole) {
+        cut = PlaylistCut::Bytes;
+        // The last line read is cut in half: it names nothing.
+        const std::size_t lastLineEnd = content.rfind('\n');
+        content.resize(lastLineEnd == std::string::npos ? 0 : lastLineEnd);
     }
     if (startsWith(content, "\xEF\xBB\xBF")) {
         content.erase(0, 3);
@@ -106,10 +114,14 @@ bool readPlaylistEntries(const std::string& path, std::vector<std::string>& entr
         }
         start = end + 1;
     }
+    const bool linesLeft = start < content.size();  // beyond the lines a .pls may have
     if (isPls(path)) {
         collectPlsEntries(lines, entries);
     } else {
         entries = std::move(lines);
+    }
+    if (entries.size() > limits.maxEntries || linesLeft) {
+        cut = PlaylistCut::Entries;
     }
     if (entries.size() > limits.maxEntries) {
         entries.resize(limits.maxEntries);

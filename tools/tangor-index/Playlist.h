@@ -13,10 +13,13 @@ struct PlaylistLimits {
     std::size_t maxPlaylists = 10000;  // of one partition; the rest are skipped
 };
 
-// The entries in play order, as written (trimmed; comments and blank lines left out). False when
-// the file cannot be read.
+// What cut a playlist short: the rest of it was left out.
+enum class PlaylistCut { None, Bytes, Entries };
+
+// The entries in play order, as written (trimmed; comments and blank lines left out), and what
+// cut them short. False when the file cannot be read.
 bool readPlaylistEntries(const std::string& path, std::vector<std::string>& entries,
-                         const PlaylistLimits& limits = {});
+                         PlaylistCut& cut, const PlaylistLimits& limits = {});
 
 // The path below the mount point that `entry` names from `folder`, with "." and ".." worked out;
 // false when it leaves the partition or names nothing.

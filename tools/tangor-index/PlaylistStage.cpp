@@ -87,7 +87,8 @@ void PlaylistStage::update(const Found& playlist, const std::vector<StoredRow>& 
         return;
     }
     std::vector<std::string> entries;
-    if (!readPlaylistEntries(path, entries, limits_)) {
+    PlaylistCut cut = PlaylistCut::None;
+    if (!readPlaylistEntries(path, entries, cut, limits_)) {
         if (fileStatus(path).type == FileStatus::Type::Missing) {
             replace(path, {}, 0);  // gone since the walk
         } else {
@@ -95,6 +96,7 @@ void PlaylistStage::update(const Found& playlist, const std::vector<StoredRow>& 
         }
         return;
     }
+    reportCut(path, cut);
     const std::string folder = parentOf(playlist.relativePath);
     std::vector<PlaylistEntry> resolved;
     for (const std::string& entry : entries) {
@@ -106,6 +108,18 @@ void PlaylistStage::update(const Found& playlist, const std::vector<StoredRow>& 
     if (!same(rows, resolved, playlist.lastModified)) {
         replace(path, resolved, playlist.lastModified);
     }
+}
+
+void PlaylistStage::reportCut(const std::string& path, PlaylistCut cut) {
+    if (cut == PlaylistCut::None) {
+        return;
+    }
+    ++skipped_;
+    warn_(path + (cut == PlaylistCut::Entries
+                      ? ": playlist has more than " + std::to_string(limits_.maxEntries) +
+                            " entries; the rest are left out"
+                      : ": playlist is longer than " + std::to_string(limits_.maxBytes) +
+                            " bytes; the rest is left out"));
 }
 
 bool PlaylistStage::same(const std::vector<StoredRow>& rows,

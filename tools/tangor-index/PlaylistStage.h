@@ -37,6 +37,10 @@ public:
     // name changed or the last scan was cut short.
     void finish(bool recheck);
 
+    // The playlists that finish read cut short (entries or bytes beyond the limits), each named in
+    // a warning.
+    std::size_t skipped() const { return skipped_; }
+
 private:
     struct Found {
         std::string relativePath;
@@ -49,6 +53,7 @@ private:
     void advanceStored();
     std::vector<StoredRow> takeStoredGroup();
     void update(const Found& playlist, const std::vector<StoredRow>& rows, bool recheck);
+    void reportCut(const std::string& path, PlaylistCut cut);
     static bool same(const std::vector<StoredRow>& rows, const std::vector<PlaylistEntry>& resolved,
                      std::int64_t lastModified);
     void replace(const std::string& path, const std::vector<PlaylistEntry>& entries,
@@ -64,6 +69,7 @@ private:
     bool storedDone_ = false;
     std::string storedPath_;  // absolute, the PLAYPATH of the current stored row
     StoredRow storedRow_;
+    std::size_t skipped_ = 0;
 };
 
 }  // namespace tangor::index

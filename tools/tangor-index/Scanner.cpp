@@ -60,7 +60,7 @@ public:
         PlaylistStage playlists(database_, mountPoint_, batch, warn, options_.playlists);
         PartitionWalk walk(mountPoint_, options_.limits);
         SongComparison comparison(mountPoint_, walk, database_.storedSongs(mountPoint_),
-                                  [this](const WalkEntry& entry) { unreadable(entry); });
+                                  [this](const WalkEntry& entry) { walkProblem(entry); });
         {
             const unsigned jobs = options_.jobs > 1 ? options_.jobs : 0;
             TagReadWindow window(mountPoint_, kWindowPerJob * (jobs ? jobs : 1), jobs);
@@ -75,8 +75,8 @@ public:
             }
         }
         directories.finish();
-        reportLimits(walk);
         playlists.finish(tracksChanged_ || previous != kStatusDone);
+        totals_.skipped += playlists.skipped();
         batch.finish(comparison.incomplete() ? kStatusIncomplete : kStatusDone, previous);
     }
 
@@ -92,7 +92,12 @@ private:
         observer_.warning(message);
     }
 
-    void unreadable(const WalkEntry& entry) {
+    void walkProblem(const WalkEntry& entry) {
+        if (entry.kind == WalkEntry::Kind::Skipped) {
+            ++totals_.skipped;
+            warn(mountPoint_.absolute(entry.relativePath) + ": " + entry.problem);
+            return;
+        }
         ++totals_.unreadable;
         warn(mountPoint_.absolute(entry.relativePath) + ": " + entry.problem +
              "; its rows are kept");
@@ -170,14 +175,6 @@ private:
         ++totals_.written;
         observer_.fileDone();
         stages.batch.fileWritten();
-    }
-
-    void reportLimits(const PartitionWalk& walk) {
-        if (walk.truncated()) {
-            ++totals_.skipped;
-            warn(mountPoint_.path() +
-                 ": too many files, or folders too deep or too full; the rest is skipped");
-        }
     }
 
     IndexDatabase& database_;

@@ -46,8 +46,15 @@ ScanItem SongComparison::fromStored(ScanItem::Action action) const {
 }
 
 bool SongComparison::next(ScanItem& item) {
-    // Each round either returns an item or passes an unreadable walk entry.
-    while (!walkDone_ && walkHead_.kind == WalkEntry::Kind::Unreadable) {
+    // Each round either returns an item or passes an unreadable or skipped walk entry.
+    while (!walkDone_ && (walkHead_.kind == WalkEntry::Kind::Unreadable ||
+                          walkHead_.kind == WalkEntry::Kind::Skipped)) {
+        if (walkHead_.kind == WalkEntry::Kind::Skipped) {
+            // Not indexed: a stored row at its path is deleted like that of a file that is gone.
+            problems_(walkHead_);
+            advanceWalk();
+            continue;
+        }
         // What is stored below it, or at it, stays; what comes before it in order is gone.
         if (!storedDone_ && (isWithin(storedHead_.relativePath, walkHead_.relativePath) ||
                              comparePaths(storedHead_.relativePath, walkHead_.relativePath) < 0)) {

@@ -3,7 +3,8 @@
 // The comparison stage: merges the walk with the partition's stored tracks, both in walk order,
 // and tells for each path what is to be done (ScanItem). A file whose time differs from its row's,
 // or that has no row, is read; a row whose file is gone is deleted; a row below a folder or file
-// the walk could not read is kept, never taken for gone. Unreadable walk entries go to `problems`.
+// the walk could not read is kept, never taken for gone. Unreadable and skipped walk entries go to
+// `problems`.
 // Stored rows that cannot be read end the comparison with std::runtime_error.
 
 #include <functional>
