@@ -1,12 +1,17 @@
 // What must hold when a scan meets more than its input: a second scan of the same device, mount
-// points whose names are SQL, a disk that fills up, files that are not what their names say, links
+// points whose names are SQL, a disk that fills up, a database deleted under the scan, readers
+// during a scan, rows that old versions left twice, files that are not what their names say, links
 // out of the partition and what lies beyond the limits.
 
 #include <fcntl.h>
+#include <sqlite3.h>
 #include <sys/file.h>
 #include <sys/mount.h>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <utime.h>
+
+#include <tangor/database/DatabaseMgr.h>
 
 #include <gtest/gtest.h>
 
@@ -15,16 +20,20 @@
 #include <chrono>
 #include <climits>
 #include <filesystem>
+#include <iterator>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "AudioHead.h"
+#include "DatabaseSetUp.h"
 #include "SampleLayout.h"
 #include "ScanLock.h"
 #include "Scanner.h"
 #include "TagReader.h"
 #include "WriteBatch.h"
+#include "database/Schema.h"
+#include "support/DatabaseWatch.h"
 #include "support/TestSupport.h"
 
 namespace tangor::test {
@@ -48,6 +57,7 @@ protected:
     }
 
     static std::string database() { return databaseDirectory() + "usb.tangor"; }
+    static std::string journal() { return database() + "-journal"; }
 
     static ProgramResult scan(const std::vector<std::string>& mountPoints) {
         std::vector<std::string> command = {TANGOR_INDEX, "scan", "--device", "usb", "--quiet"};
@@ -55,9 +65,17 @@ protected:
         return runProgram(command);
     }
 
-    static std::string value(const std::string& sql) {
-        const std::vector<std::string> rows = queryRows(database(), sql);
+    static std::string value(const std::string& sql, const std::string& file = database()) {
+        const std::vector<std::string> rows = queryRows(file, sql);
         return rows.empty() ? "<no row>" : rows.front();
+    }
+
+    // The tracks of the partition at `mountPoint` that VIEW_SONGS shows.
+    static std::string tracksShown(const std::string& mountPoint,
+                                   const std::string& file = database()) {
+        return value("SELECT COUNT(*) FROM VIEW_SONGS WHERE substr(PATH, 1, " +
+                         std::to_string(mountPoint.size() + 1) + ") = '" + mountPoint + "/'",
+                     file);
     }
 
     // A file of `size` zero bytes, sparse: it takes no room.
@@ -211,6 +229,13 @@ public:
             close(fd);
         }
     }
+    // Takes every free block but `bytes`.
+    void leave(off_t bytes) const {
+        fill();
+        const std::string filler = folder_ + "/filler";
+        const auto size = static_cast<off_t>(fs::file_size(filler));
+        EXPECT_EQ(truncate(filler.c_str(), std::max<off_t>(size - bytes, 0)), 0);
+    }
     void empty() const { fs::remove(folder_ + "/filler"); }
 
 private:
@@ -250,6 +275,328 @@ TEST_F(ReliabilityTest, FullDiskEndsTheScanWithNothingHalfWritten) {
     EXPECT_EQ(totals.indexed, static_cast<std::size_t>(sample::kMinimumFiles));
     EXPECT_EQ(value("SELECT VALUE FROM STATUS"), "DONE");
     EXPECT_EQ(value("SELECT COUNT(*) FROM VIEW_SONGS"), std::to_string(sample::kMinimumFiles));
+}
+
+// A disk with little or no room left: the message names it, whether the database is to be made
+// (the library reports only that it cannot validate the file) or only written, and nothing is
+// deleted. A scan with nothing to write needs no room.
+TEST_F(ReliabilityTest, NearlyFullDiskIsNamedAndNotTakenForAnInvalidDatabase) {
+    struct Row {
+        const char* name;
+        bool existing;  // scanned before the disk fills
+        bool changed;   // a file to write
+        off_t free;
+        int status;
+    };
+    const Row rows[] = {
+        {"new database, 64 KiB free", false, false, 64 << 10, 1},
+        {"new database, no room", false, false, 0, 1},
+        {"a file to write, no room", true, true, 0, 1},
+        {"nothing to write, no room", true, false, 0, 0},
+    };
+    const std::string added = mount + "/Added.mp3";
+    for (const Row& row : rows) {
+        const FullDisk disk(databaseDirectory());
+        if (!disk.mounted()) {
+            GTEST_SKIP() << "a tmpfs cannot be mounted here (not root)";
+        }
+        fs::remove(added);
+        if (row.existing) {
+            ASSERT_EQ(scan({mount}).status, 0) << row.name;
+        }
+        if (row.changed) {
+            fs::copy_file(mount + "/" + sample::audioFile(0).path, added);
+        }
+        disk.leave(row.free);
+        const ProgramResult result = scan({mount});
+        EXPECT_EQ(result.status, row.status) << row.name << "\n" << result.standardError;
+        EXPECT_EQ(result.standardError.find("cannot be validated"), std::string::npos)
+            << row.name << "\n"
+            << result.standardError;
+        if (row.status != 0) {
+            EXPECT_NE(result.standardError.find("(database or disk is full"), std::string::npos)
+                << row.name << "\n"
+                << result.standardError;
+        }
+        if (!row.existing) {
+            EXPECT_NE(result.standardError.find("64 KiB free"), row.free == 0) << row.name;
+        }
+
+        disk.empty();
+        const ProgramResult next = scan({mount});
+        EXPECT_EQ(next.status, 0) << row.name << "\n" << next.standardError;
+        EXPECT_EQ(tracksShown(mount), std::to_string(sample::kMinimumFiles + (row.changed ? 1 : 0)))
+            << row.name;
+    }
+}
+
+// Deletes the database file, its journal or both, as another device's storage budget would, once
+// the scan has written `afterFiles` files, or as its partition starts.
+class Deleter : public index::ScanObserver {
+public:
+    Deleter(std::vector<std::string> files, int afterFiles)
+        : files_(std::move(files)), afterFiles_(afterFiles) {}
+    void partitionStarted(const std::string&) override {
+        if (afterFiles_ < 0) {
+            remove();
+        }
+    }
+    void fileDone() override {
+        if (afterFiles_ >= 0 && afterFiles_-- == 0) {
+            remove();
+        }
+    }
+
+private:
+    void remove() const {
+        for (const std::string& file : files_) {
+            EXPECT_EQ(unlink(file.c_str()), 0) << file;
+        }
+    }
+    std::vector<std::string> files_;
+    int afterFiles_;
+};
+
+TEST_F(ReliabilityTest, DatabaseDeletedUnderTheScanEndsItAndTheNextScanMakesItAnew) {
+    constexpr int kFiles = 100;
+    const std::string big = tree.file("big");
+    makeLibrary(big, kFiles);
+    index::ScanOptions options;
+    options.filesPerTransaction = 16;
+    options.jobs = 1;
+    struct Row {
+        const char* name;
+        std::vector<std::string> deleted;
+        int afterFiles;  // -1: as the partition starts
+        bool rescan;     // of an indexed tree: nothing to write
+        const char* message;
+    };
+    const char* const fileDeleted =
+        "the database file was deleted during the scan (another "
+        "device's storage budget?): ";
+    const char* const journalDeleted =
+        "the journal of the database file was deleted during the "
+        "scan (another device's storage budget?): ";
+    const Row rows[] = {
+        {"file, mid-way", {database()}, 40, false, fileDeleted},
+        {"file and journal, mid-way", {database(), journal()}, 40, false, fileDeleted},
+        {"journal, mid-way", {journal()}, 40, false, journalDeleted},
+        {"file, in the last batch", {database()}, kFiles - 1, false, fileDeleted},
+        {"journal, in the last batch", {journal()}, kFiles - 1, false, journalDeleted},
+        {"file, nothing to write", {database()}, -1, true, fileDeleted},
+    };
+    index::ScanObserver quiet;
+    for (const Row& row : rows) {
+        removeTree(databaseDirectory());
+        if (row.rescan) {
+            index::scanDevice("usb", {big}, quiet, options);
+        }
+        Deleter deleter(row.deleted, row.afterFiles);
+        try {
+            index::scanDevice("usb", {big}, deleter, options);
+            ADD_FAILURE() << row.name << ": the scan ended well";
+        } catch (const index::DatabaseDeleted& error) {
+            EXPECT_EQ(std::string(error.what()).rfind(row.message, 0), 0u)
+                << row.name << ": " << error.what();
+        } catch (const std::exception& error) {
+            ADD_FAILURE() << row.name << ": " << error.what();
+        }
+        if (row.deleted.front() == database()) {
+            // Nothing made a new, empty file in its place.
+            EXPECT_FALSE(exists(database())) << row.name;
+        } else {
+            // The batches before stay; the one whose journal went was rolled back.
+            EXPECT_EQ(value("PRAGMA integrity_check"), "ok") << row.name;
+            EXPECT_EQ(value("SELECT COUNT(*) FROM SONGS"), std::to_string(row.afterFiles / 16 * 16))
+                << row.name;
+        }
+        const index::ScanTotals totals = index::scanDevice("usb", {big}, quiet, options);
+        EXPECT_EQ(totals.indexed, static_cast<std::size_t>(kFiles)) << row.name;
+        EXPECT_EQ(tracksShown(big), std::to_string(kFiles)) << row.name;
+        EXPECT_EQ(value("SELECT VALUE FROM STATUS"), "DONE") << row.name;
+    }
+}
+
+// The tracks stored, read on a connection of the test's own that waits for the scan's commits;
+// -1 while the file is missing or has no tables.
+int storedTracks(const std::string& file) {
+    sqlite3* db = nullptr;
+    int count = -1;
+    if (sqlite3_open_v2(file.c_str(), &db, SQLITE_OPEN_READONLY, nullptr) == SQLITE_OK) {
+        sqlite3_busy_timeout(db, 10000);
+        sqlite3_stmt* statement = nullptr;
+        if (sqlite3_prepare_v2(db, "SELECT COUNT(*) FROM SONGS", -1, &statement, nullptr) ==
+                SQLITE_OK &&
+            sqlite3_step(statement) == SQLITE_ROW) {
+            count = sqlite3_column_int(statement, 0);
+        }
+        sqlite3_finalize(statement);
+    }
+    sqlite3_close(db);
+    return count;
+}
+
+// The same through the program, from another process: once the first batch is committed the test
+// deletes the file, far from the scan's end.
+TEST_F(ReliabilityTest, DatabaseDeletedUnderTheProgramEndsItWithStatus1) {
+    constexpr int kFiles = 1000;
+    const std::string big = tree.file("big");
+    makeLibrary(big, kFiles);
+    ProgramResult result;
+    std::thread scanning([&big, &result] {
+        result =
+            runProgram({TANGOR_INDEX, "scan", "--device", "usb", "--quiet", "--jobs", "1", big});
+    });
+    bool deleted = false;
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(60);
+    while (!deleted && std::chrono::steady_clock::now() < deadline) {
+        if (storedTracks(database()) > 0) {
+            deleted = unlink(database().c_str()) == 0;
+            unlink(journal().c_str());  // when a batch is open
+        } else {
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        }
+    }
+    scanning.join();
+    ASSERT_TRUE(deleted) << result.standardError;
+    EXPECT_EQ(result.status, 1);
+    EXPECT_NE(result.standardError.find("tangor-index: device usb: the database file was deleted "
+                                        "during the scan (another device's storage budget?): " +
+                                        database()),
+              std::string::npos)
+        << result.standardError;
+    EXPECT_FALSE(exists(database()));
+
+    const ProgramResult next = scan({big});
+    EXPECT_EQ(next.status, 0) << next.standardError;
+    EXPECT_EQ(tracksShown(big), std::to_string(kFiles));
+}
+
+// Every state of the file that a reader could see during a rescan (one copy per write transaction,
+// taken through SQLite's own file layer) shows every track of a partition that stays present.
+TEST_F(ReliabilityTest, PresentPartitionNeverLeavesTheViewDuringARescan) {
+    const std::string other = tree.file("other");
+    makeLibrary(other, sample::kMinimumFiles);
+    struct Row {
+        const char* name;
+        std::vector<std::string> before;
+        std::vector<std::string> after;
+        bool fileChanged;
+    };
+    const Row rows[] = {
+        {"another partition gone", {mount, other}, {mount}, false},
+        {"another partition named first", {mount}, {other, mount}, false},
+        {"a file changed", {mount}, {mount}, true},
+    };
+    index::ScanObserver quiet;
+    for (const Row& row : rows) {
+        removeTree(databaseDirectory());
+        index::scanDevice("usb", row.before, quiet);
+        if (row.fileChanged) {
+            const utimbuf later{1700000000, 1700000000};
+            ASSERT_EQ(utime((mount + "/" + sample::audioFile(1).path).c_str(), &later), 0);
+        }
+        const TempDir copies;
+        std::vector<std::string> states;
+        {
+            const DatabaseWatch watch(database(), copies.path());
+            index::scanDevice("usb", row.after, quiet);
+            states = watch.snapshots();
+        }
+        EXPECT_FALSE(states.empty()) << row.name;
+        for (const std::string& state : states) {
+            EXPECT_EQ(tracksShown(mount, state), std::to_string(sample::kMinimumFiles))
+                << row.name << ": " << state;
+        }
+        EXPECT_EQ(tracksShown(other), row.after.size() > 1 ? "12" : "0") << row.name;
+    }
+}
+
+// Not a write, not a sync through SQLite, not a change of the file's times or mode, and nothing
+// that a reader's data version would show: not even the set-up or the end of the scan.
+TEST_F(ReliabilityTest, RescanThatFindsNothingChangedWritesNothing) {
+    const std::string other = tree.file("other");
+    makeLibrary(other, sample::kMinimumFiles);
+    const std::vector<std::string> rows[] = {{mount}, {mount, other}};
+    index::ScanObserver quiet;
+    for (const std::vector<std::string>& mountPoints : rows) {
+        removeTree(databaseDirectory());
+        index::scanDevice("usb", mountPoints, quiet);
+        struct stat before {};
+        ASSERT_EQ(stat(database().c_str(), &before), 0);
+        sqlite3* reader = nullptr;
+        ASSERT_EQ(sqlite3_open(database().c_str(), &reader), SQLITE_OK);
+        const std::string version = queryRows(reader, "PRAGMA data_version").front();
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));  // past the times' grain
+        {
+            const DatabaseWatch watch(database(), "");
+            const index::ScanTotals totals = index::scanDevice("usb", mountPoints, quiet);
+            EXPECT_EQ(totals.written, 0u);
+            EXPECT_EQ(watch.writes(), 0) << mountPoints.size();
+            EXPECT_EQ(watch.syncs(), 0) << mountPoints.size();
+            EXPECT_EQ(watch.transactions(), 0) << mountPoints.size();
+        }
+        EXPECT_EQ(queryRows(reader, "PRAGMA data_version").front(), version);
+        sqlite3_close(reader);
+        struct stat after {};
+        ASSERT_EQ(stat(database().c_str(), &after), 0);
+        EXPECT_EQ(after.st_size, before.st_size);
+        EXPECT_EQ(after.st_mode, before.st_mode);
+        EXPECT_EQ(after.st_mtim.tv_nsec, before.st_mtim.tv_nsec);
+        EXPECT_EQ(after.st_ctim.tv_nsec, before.st_ctim.tv_nsec) << "no chmod, no write";
+    }
+}
+
+// Old versions' concurrent scans left tracks stored twice: a scan keeps one row of each path, the
+// one that matches the file (so nothing is read again), and deletes the others.
+TEST_F(ReliabilityTest, DuplicateRowsOfAPathAreRepaired) {
+    ASSERT_EQ(scan({mount}).status, 0);
+    const auto path = [this](int file) { return mount + "/" + sample::audioFile(file).path; };
+    const std::string columns =
+        "PARTITION_ID, PATH, OBJECTID, DIRECTORYID, NAME, TITLE, ARTISTID, ALBUMID, GENREID, "
+        "COMPOSERID, AUDIOTYPE, BOOKMARK, LASTMODIFIED, TRACKIND, DISCNUM, ASIANTITLE";
+    const auto duplicate = [&columns](const std::string& file) {
+        execSql(database(), "INSERT INTO SONGS(" + columns + ") SELECT " + columns +
+                                " FROM SONGS WHERE PATH = '" + file + "' COLLATE BINARY LIMIT 1");
+    };
+    duplicate(path(0));  // the copy comes after the row
+    duplicate(path(2));  // twice
+    duplicate(path(2));
+    // The row that comes first has a time that is not the file's, the copy after it has.
+    duplicate(path(3));
+    execSql(database(),
+            "UPDATE SONGS SET LASTMODIFIED = LASTMODIFIED - 1 WHERE ID = (SELECT "
+            "MIN(ID) FROM SONGS WHERE PATH = '" +
+                path(3) + "')");
+    const std::string matching = value("SELECT MAX(ID) FROM SONGS WHERE PATH = '" + path(3) + "'");
+    ASSERT_EQ(value("SELECT COUNT(*) - COUNT(DISTINCT PATH) FROM SONGS"), "4");
+
+    index::ScanObserver quiet;
+    const index::ScanTotals totals = index::scanDevice("usb", {mount}, quiet);
+    EXPECT_EQ(totals.written, 0u) << "the matching rows are kept, not written again";
+    EXPECT_EQ(totals.indexed, static_cast<std::size_t>(sample::kMinimumFiles));
+    EXPECT_EQ(value("SELECT COUNT(*) - COUNT(DISTINCT PATH) FROM SONGS"), "0");
+    EXPECT_EQ(value("SELECT ID FROM SONGS WHERE PATH = '" + path(3) + "'"), matching);
+    EXPECT_EQ(tracksShown(mount), std::to_string(sample::kMinimumFiles));
+    const ProgramResult listing = runProgram({TANGOR_INDEX, "list", "--device", "usb"});
+    EXPECT_EQ(listing.status, 0);
+    EXPECT_EQ(std::count(listing.standardOutput.begin(), listing.standardOutput.end(), '\n'),
+              sample::kMinimumFiles + 1)
+        << listing.standardOutput;
+}
+
+// The set-up's knowledge of the library, kept beside its own copy: the budget that createDb
+// enforces, and the tables, indexes and views that it makes.
+TEST_F(ReliabilityTest, SetUpKnowsTheLibrarysBudgetAndSchema) {
+    EXPECT_EQ(index::kStorageBudget, corvina::kStorageBudget);
+    corvina::DatabaseMgr().createDb("fresh", mount, true);
+    std::vector<std::string> expected(std::begin(index::kSchemaObjects),
+                                      std::end(index::kSchemaObjects));
+    std::sort(expected.begin(), expected.end());
+    EXPECT_EQ(
+        queryRows(databaseDirectory() + "fresh.tangor",
+                  "SELECT name FROM sqlite_master WHERE name NOT LIKE 'sqlite%' ORDER BY name"),
+        expected);
 }
 
 TEST_F(ReliabilityTest, ZeroFilledStartIsNotAskedOfTagLib) {

@@ -229,6 +229,32 @@ TEST_F(StoredRowsTest, ComparisonReadsWhatChangedAndDeletesWhatIsGone) {
     EXPECT_EQ(compareAll(db, mountPoint), expected);
 }
 
+// Rows that old versions' concurrent scans stored twice: one row of each path stays, the one whose
+// time is the file's where one is, and the others are deleted, one item each.
+TEST_F(StoredRowsTest, ComparisonKeepsOneRowOfAPathStoredMoreThanOnce) {
+    storeSong("B.flac", modified("B.flac") - 1);  // 1: neither row matches, the first stays
+    storeSong("B.flac", modified("B.flac") - 1);  // 2
+    storeSong("a.mp3", modified("a.mp3") - 1);    // 3
+    storeSong("a.mp3", modified("a.mp3"));        // 4: matches, stays
+    storeSong("a.mp3", modified("a.mp3"));        // 5: matches too, comes later
+    index::IndexDatabase db("usb");
+    index::PartitionWalk walk(mountPoint);
+    index::SongComparison comparison(mountPoint, walk, db.storedSongs(mountPoint),
+                                     [](const WalkEntry&) {});
+    std::vector<std::string> items;
+    ScanItem item;
+    for (int round = 0; round < 100 && comparison.next(item); ++round) {
+        const char* action[] = {"keep ", "read ", "delete ", "playlist "};
+        items.push_back(action[static_cast<int>(item.action)] + item.relativePath +
+                        (item.storedId ? " #" + std::to_string(item.storedId) : ""));
+    }
+    const std::vector<std::string> expected = {
+        "delete B.flac #2", "read B.flac #1",  "read a/deep/er/y.mp3", "read a/x.mp3",
+        "read a-b.mp3",     "delete a.mp3 #3", "delete a.mp3 #5",      "keep a.mp3 #4",
+        "read back-in.mp3", "read link.mp3",   "playlist list.m3u"};
+    EXPECT_EQ(items, expected);
+}
+
 TEST_F(StoredRowsTest, ComparisonKeepsWhatIsStoredBelowAnUnreadableFolder) {
     storeSong("a/x.mp3", 1);
     storeSong("a/deep/er/y.mp3", 1);

@@ -132,6 +132,9 @@ int runScan(const CommandLine& line) {
     ScanTotals totals;
     try {
         totals = scanDevice(line.device, mountPoints, progress, options);
+    } catch (const DatabaseDeleted& error) {
+        progress.printLine("tangor-index: device " + line.device + ": " + error.what());
+        return 1;
     } catch (const WriteFailed& error) {
         progress.printLine("tangor-index: device " + line.device +
                            ": writing failed: " + error.what());

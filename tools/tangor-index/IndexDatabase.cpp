@@ -4,6 +4,7 @@
 
 #include <stdexcept>
 
+#include "FileSystem.h"
 #include "IndexSql.h"
 
 namespace tangor::index {
@@ -32,7 +33,8 @@ sqlite3* openConnection(const std::string& devId, sqlstl::sqlostream& stream) {
 }  // namespace
 
 IndexDatabase::IndexDatabase(const std::string& devId)
-    : selectStatus_(openConnection(devId, stream_), sql::kSelectStatus),
+    : path_(sqlite3_db_filename(openConnection(devId, stream_), "main")),
+      selectStatus_(stream_.db, sql::kSelectStatus),
       writeStatus_(stream_.db, sql::kWriteStatus),
       insertSong_(stream_.db, sql::kInsertSong),
       insertArtist_(stream_.db, sql::kInsertArtist),
@@ -44,11 +46,15 @@ IndexDatabase::IndexDatabase(const std::string& devId)
       deleteSong_(stream_.db, sql::kDeleteSong),
       deleteDirectory_(stream_.db, sql::kDeleteDirectory),
       deletePlaylist_(stream_.db, sql::kDeletePlaylist),
-      findTrack_(stream_.db, sql::kFindTrack) {
+      findTrack_(stream_.db, sql::kFindTrack),
+      selectPresence_(stream_.db, sql::kSelectPresence),
+      insertPresence_(stream_.db, sql::kInsertPresence),
+      deletePresence_(stream_.db, sql::kDeletePresence) {
     for (const Statement* statement :
          {&selectStatus_, &writeStatus_, &insertSong_, &insertArtist_, &insertAlbum_, &insertGenre_,
           &insertComposer_, &insertDirectory_, &insertPlaylistEntry_, &deleteSong_,
-          &deleteDirectory_, &deletePlaylist_, &findTrack_}) {
+          &deleteDirectory_, &deletePlaylist_, &findTrack_, &selectPresence_, &insertPresence_,
+          &deletePresence_}) {
         if (!statement->valid()) {
             throw std::runtime_error("the database has not the expected tables: " +
                                      statement->error());
@@ -81,6 +87,13 @@ bool IndexDatabase::commit() {
     if (!inTransaction_) {
         return true;
     }
+    // SQLite commits into a deleted file without an error, and commits without its journal.
+    if (checkFile() != FileState::Intact) {
+        lastError_ = fileState_ == FileState::Deleted ? "the database file was deleted"
+                                                      : "its journal was deleted";
+        rollback();
+        return false;
+    }
     if (sqlite3_exec(stream_.db, sql::kCommit, nullptr, nullptr, nullptr) == SQLITE_OK) {
         inTransaction_ = false;
         return true;
@@ -96,6 +109,55 @@ void IndexDatabase::rollback() noexcept {
         namesWritten_.clear();
         sqlite3_exec(stream_.db, sql::kRollback, nullptr, nullptr, nullptr);
     }
+}
+
+bool IndexDatabase::journalOpen() const {
+    sqlite3_file* journal = nullptr;
+    return sqlite3_file_control(stream_.db, "main", SQLITE_FCNTL_JOURNAL_POINTER, &journal) ==
+               SQLITE_OK &&
+           journal != nullptr && journal->pMethods != nullptr;
+}
+
+IndexDatabase::FileState IndexDatabase::checkFile() {
+    if (fileState_ != FileState::Intact) {
+        return fileState_;
+    }
+    // The unix VFS compares the inode at the path with the open file's.
+    int moved = 0;
+    if (sqlite3_file_control(stream_.db, "main", SQLITE_FCNTL_HAS_MOVED, &moved) != SQLITE_OK) {
+        moved = fileStatus(path_).type == FileStatus::Type::Missing;
+    }
+    if (moved) {
+        fileState_ = FileState::Deleted;
+    } else if (inTransaction_ && journalOpen() &&
+               fileStatus(sqlite3_filename_journal(sqlite3_db_filename(stream_.db, "main"))).type ==
+                   FileStatus::Type::Missing) {
+        // Only a transaction that has changed pages has its journal open.
+        fileState_ = FileState::JournalDeleted;
+    }
+    return fileState_;
+}
+
+bool IndexDatabase::presentPartitions(std::vector<std::string>& partitions) {
+    partitions.clear();
+    while (selectPresence_.next()) {
+        partitions.push_back(selectPresence_.text(0));
+    }
+    if (selectPresence_.failed()) {
+        lastError_ = selectPresence_.error();
+        return false;
+    }
+    return true;
+}
+
+bool IndexDatabase::markPresent(const std::string& partitionId) {
+    insertPresence_.bind(1, partitionId);
+    return run(insertPresence_);
+}
+
+bool IndexDatabase::markAbsent(const std::string& partitionId) {
+    deletePresence_.bind(1, partitionId);
+    return run(deletePresence_);
 }
 
 std::string IndexDatabase::status(const std::string& mountPoint) {

@@ -14,6 +14,7 @@
 #include <memory>
 #include <string>
 #include <unordered_set>
+#include <vector>
 
 #include "MountPoint.h"
 #include "Statement.h"
@@ -37,8 +38,23 @@ public:
     IndexDatabase& operator=(const IndexDatabase&) = delete;
 
     sqlite3* connection() const { return stream_.db; }
+    // The database file's path.
+    const std::string& path() const { return path_; }
 
-    // Transactions; commit() rolls back and returns false when the commit fails.
+    // What became of the file since the connection opened it. Another device's createDb enforces
+    // the storage budget by deleting files whose names hold ".tangor", this device's journal
+    // included, and the connection goes on writing an unlinked file without an error.
+    enum class FileState {
+        Intact,
+        Deleted,         // the database file was deleted, or another file put in its place
+        JournalDeleted,  // the open transaction's journal: a crash could no longer undo it
+    };
+    // Looks now (a stat of the file and, in a transaction, of its journal); once found other than
+    // Intact, the state stays so. commit() looks before it commits.
+    FileState checkFile();
+
+    // Transactions; commit() rolls back and returns false when the commit fails or the file is not
+    // intact (checkFile).
     bool begin();
     bool commit();
     void rollback() noexcept;
@@ -46,6 +62,12 @@ public:
     // The stored status of exactly `mountPoint`, or "" when there is none.
     std::string status(const std::string& mountPoint);
     bool writeStatus(const MountPoint& mountPoint, const char* value);
+
+    // PARTITION_PRESENCE: the partitions marked present (false when they cannot be read), and the
+    // marks.
+    bool presentPartitions(std::vector<std::string>& partitions);
+    bool markPresent(const std::string& partitionId);
+    bool markAbsent(const std::string& partitionId);
 
     // The track's SONGS row, LASTMODIFIED from `lastModified` (the record keeps a long, which is
     // 32 bits on the target), and where missing its ARTISTS, ALBUMS, GENRES and COMPOSERS rows,
@@ -70,7 +92,7 @@ public:
     bool findTrack(const MountPoint& mountPoint, const std::string& absolutePath,
                    PlaylistEntry& track);
 
-    // SQLite's message for the last write that failed.
+    // SQLite's message for the last write or read that failed.
     const std::string& lastError() const { return lastError_; }
 
 private:
@@ -78,8 +100,10 @@ private:
     bool insertName(Statement& statement, const corvina::Md5& id, const std::string& name,
                     const char* reading);
     std::unique_ptr<Statement> cursor(const char* sql, const MountPoint& mountPoint);
+    bool journalOpen() const;
 
     sqlstl::sqlostream stream_;  // owns the connection; declared first, so it closes last
+    std::string path_;
     Statement selectStatus_;
     Statement writeStatus_;
     Statement insertSong_;
@@ -93,12 +117,16 @@ private:
     Statement deleteDirectory_;
     Statement deletePlaylist_;
     Statement findTrack_;
+    Statement selectPresence_;
+    Statement insertPresence_;
+    Statement deletePresence_;
     // Name identifiers written (or found present) by this connection: most tracks share them
     // with the track before. Bounded: past the bound it starts again, and INSERT OR IGNORE keeps
     // the rows right either way.
     std::unordered_set<std::string> namesWritten_;
     bool inTransaction_ = false;
     bool writeCacheSet_ = false;
+    FileState fileState_ = FileState::Intact;
     std::string lastError_;
 };
 

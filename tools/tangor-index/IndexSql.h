@@ -20,6 +20,23 @@ inline constexpr const char* kBegin = "BEGIN TRANSACTION;";
 inline constexpr const char* kCommit = "COMMIT;";
 inline constexpr const char* kRollback = "ROLLBACK;";
 
+// The partitions marked present: the library's createDb marks them one transaction at a time, after
+// marking all absent, which leaves VIEW_SONGS empty in between; the indexer sets them in one.
+inline constexpr const char* kSelectPresence = "SELECT PARTITION_ID FROM PARTITION_PRESENCE;";
+inline constexpr const char* kInsertPresence =
+    "INSERT OR IGNORE INTO PARTITION_PRESENCE(PARTITION_ID) VALUES (?);";
+inline constexpr const char* kDeletePresence =
+    "DELETE FROM PARTITION_PRESENCE WHERE PARTITION_ID = ?;";
+
+// The names of the schema's tables, indexes and views, to tell whether createDb would add any.
+inline constexpr const char* kSelectSchemaNames = "SELECT name FROM sqlite_master;";
+
+// A write of about what createDb's schema takes in a new file (28 pages of 4 KiB), on a scratch
+// file: whether the database folder takes it when createDb has failed.
+inline constexpr const char* kWriteProbe =
+    "BEGIN TRANSACTION; CREATE TABLE PROBE(VALUE BLOB); "
+    "INSERT INTO PROBE(VALUE) VALUES (zeroblob(131072)); COMMIT;";
+
 inline constexpr const char* kSelectStatus = "SELECT VALUE FROM STATUS WHERE MOUNTPOINT = ?;";
 inline constexpr const char* kWriteStatus =
     "REPLACE INTO STATUS(MOUNTPOINT, PARTITION_ID, VALUE) VALUES (?, ?, ?);";

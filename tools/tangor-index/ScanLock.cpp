@@ -27,7 +27,7 @@ bool tryLock(int fd) {
 
 }  // namespace
 
-std::string ScanLock::path(const std::string& devId) {
+std::string besideDatabase(const std::string& devId, const char* suffix) {
     // No "." at all in the device's part, so no ".tangor" either.
     std::string stem = devId;
     for (char& c : stem) {
@@ -36,7 +36,11 @@ std::string ScanLock::path(const std::string& devId) {
         }
     }
     const std::filesystem::path database = corvina::DatabaseMgr().getDbNameFromDevId(devId);
-    return (database.parent_path() / (stem + ".scan-lock")).string();
+    return (database.parent_path() / (stem + suffix)).string();
+}
+
+std::string ScanLock::path(const std::string& devId) {
+    return besideDatabase(devId, ".scan-lock");
 }
 
 ScanLock::ScanLock(const std::string& devId, std::chrono::milliseconds wait,

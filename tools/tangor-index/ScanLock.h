@@ -15,6 +15,11 @@ namespace tangor::index {
 
 inline constexpr std::chrono::milliseconds kScanLockWait{120000};
 
+// A file beside the device's database: the device's name with its dots written "_", then
+// `suffix`, so that the name never holds ".tangor" and the storage budget and `reset` leave it
+// alone.
+std::string besideDatabase(const std::string& devId, const char* suffix);
+
 // Another scan of the device held the lock for all of the wait.
 class ScanLockTimeout : public std::runtime_error {
 public:
@@ -32,7 +37,7 @@ public:
     ScanLock(const ScanLock&) = delete;
     ScanLock& operator=(const ScanLock&) = delete;
 
-    // The lock file of device `devId`, in the database folder.
+    // The lock file of device `devId`, in the database folder (besideDatabase).
     static std::string path(const std::string& devId);
 
 private:

@@ -1,8 +1,12 @@
 #include "Scanner.h"
 
+#include <fcntl.h>
+#include <sys/stat.h>
+
 #include <tangor/database/DatabaseMgr.h>
 
 #include "AudioHead.h"
+#include "DatabaseSetUp.h"
 #include "DirectoryMerge.h"
 #include "IndexDatabase.h"
 #include "PlaylistStage.h"
@@ -18,25 +22,12 @@ namespace {
 // Items the window holds per reading thread: enough to keep each busy while the writer catches up.
 constexpr std::size_t kWindowPerJob = 32;
 
-// Marks the partitions present, first to last. A database that cannot be validated is deleted
-// and the set-up starts again once, so that no partition set up before it is lost.
-void setUpDatabase(const std::string& devId, const std::vector<MountPoint>& mountPoints,
-                   ScanObserver& observer) {
-    for (int attempt = 0;; ++attempt) {
-        try {
-            for (std::size_t i = 0; i < mountPoints.size(); ++i) {
-                corvina::DatabaseMgr().createDb(devId, mountPoints[i].path(), i == 0);
-            }
-            return;
-        } catch (const corvina::DbValidationError& error) {
-            if (attempt > 0) {
-                throw;
-            }
-            observer.notice("the database of device " + devId + " cannot be validated (" +
-                            error.what() + "): deleting it and making it anew");
-            corvina::DatabaseMgr().deleteDb(devId);
-        }
-    }
+// Whether the file's permissions are open to every user, as DatabaseMgr::sync leaves them (statx:
+// no 32-bit overflow on the target).
+bool openedUp(const std::string& path) {
+    struct statx status {};
+    return statx(AT_FDCWD, path.c_str(), 0, STATX_MODE, &status) == 0 &&
+           (status.stx_mode & 07777) == 0777;
 }
 
 class PartitionScan {
@@ -51,7 +42,8 @@ public:
           options_(options),
           totals_(totals) {}
 
-    void run() {
+    // Returns whether anything was written.
+    bool run() {
         const std::string previous = database_.status(mountPoint_.path());
         observer_.partitionStarted(mountPoint_.path());
         auto warn = [this](const std::string& message) { this->warn(message); };
@@ -78,6 +70,7 @@ public:
         playlists.finish(tracksChanged_ || previous != kStatusDone);
         totals_.skipped += playlists.skipped();
         batch.finish(comparison.incomplete() ? kStatusIncomplete : kStatusDone, previous);
+        return batch.wroteAnything();
     }
 
 private:
@@ -197,17 +190,31 @@ ScanTotals scanDevice(const std::string& devId, const std::vector<std::string>& 
     // Before anything is read: the rows stored when this scan starts are then all it compares.
     const ScanLock lock(devId, options.lockWait,
                         [&observer](const std::string& message) { observer.notice(message); });
-    setUpDatabase(devId, mountPoints, observer);
+    bool wrote = setUpDatabase(
+        devId, mountPoints, [&observer](const std::string& message) { observer.notice(message); });
     const RecordBuilder records;
     ScanTotals totals;
+    std::string path;
     {
         IndexDatabase database(devId);
+        path = database.path();
+        wrote = markPresence(database, mountPoints) || wrote;
         for (const MountPoint& mountPoint : mountPoints) {
-            PartitionScan(database, mountPoint, records, observer, options, totals).run();
+            wrote = PartitionScan(database, mountPoint, records, observer, options, totals).run() ||
+                    wrote;
+        }
+        // Last look before the library's calls below, which open the file by its name and would
+        // make a new, empty one in place of a deleted one.
+        if (database.checkFile() != IndexDatabase::FileState::Intact) {
+            throwDatabaseDeleted(database, mountPoints.back().path());
         }
     }
+    // Deletes nothing, so writes nothing, when no partition went away.
     corvina::DatabaseMgr().removeDanglingPartitions(devId, mountPoints.front().path());
-    corvina::DatabaseMgr().sync(devId);
+    // SQLite flushed every commit; a scan that wrote nothing has nothing to flush.
+    if (wrote || !openedUp(path)) {
+        corvina::DatabaseMgr().sync(devId);
+    }
     return totals;
 }
 

@@ -5,12 +5,17 @@
 // rows → directories → playlists. A rescan reads and writes only what changed since the last one,
 // and one where nothing changed writes nothing at all.
 //
+// The set-up (DatabaseSetUp) hands the file to the library's createDb only when createDb has
+// something to make or check, and marks the partitions present in one transaction, so that a
+// reader never sees a present partition without its tracks.
+//
 // Bad input never stops a scan: a file whose tags cannot be read is indexed from its name, a folder
 // or file that cannot be read is named in a warning and its stored rows are kept, a file that
 // vanishes is skipped. Only a database that cannot be opened or read, or that cannot be validated
-// even once made anew, a write that fails (WriteFailed: the open batch is rolled back), or another
-// scan of the device that runs on past the wait (ScanLockTimeout) ends it with
-// std::runtime_error.
+// even once made anew, a write that fails (WriteFailed: the open batch is rolled back; a database
+// folder that takes no write when createDb fails), the database file or the open batch's journal
+// deleted during the scan (DatabaseDeleted, a WriteFailed), or another scan of the device that runs
+// on past the wait (ScanLockTimeout) ends it with std::runtime_error.
 //
 // One scan of a device runs at a time, across processes (ScanLock): a second one waits for the
 // first before it reads anything.

@@ -46,6 +46,10 @@ ScanItem SongComparison::fromStored(ScanItem::Action action) const {
 }
 
 bool SongComparison::next(ScanItem& item) {
+    if (matched_) {
+        nextOfMatch(item);
+        return true;
+    }
     // Each round either returns an item or passes an unreadable or skipped walk entry.
     while (!walkDone_ && (walkHead_.kind == WalkEntry::Kind::Unreadable ||
                           walkHead_.kind == WalkEntry::Kind::Skipped)) {
@@ -87,17 +91,39 @@ bool SongComparison::next(ScanItem& item) {
         advanceStored();
         return true;
     }
-    item = ScanItem{ScanItem::Action::Read, walkHead_.relativePath, walkHead_.lastModified, 0, {},
-                    TagResult::Unreadable};
-    if (order == 0) {
-        item.storedId = storedHead_.id;
-        if (storedHead_.lastModified == walkHead_.lastModified) {
-            item.action = ScanItem::Action::Keep;
-        }
-        advanceStored();
+    if (order < 0) {
+        item =
+            ScanItem{ScanItem::Action::Read, walkHead_.relativePath, walkHead_.lastModified, 0, {},
+                     TagResult::Unreadable};
+        advanceWalk();
+        return true;
     }
-    advanceWalk();
+    matched_ = std::move(storedHead_);
+    advanceStored();
+    nextOfMatch(item);
     return true;
+}
+
+void SongComparison::nextOfMatch(ScanItem& item) {
+    // One more row of the same path: one of the two goes, one item at a time, so that any number
+    // of them costs no memory.
+    if (!storedDone_ && comparePaths(storedHead_.relativePath, matched_->relativePath) == 0) {
+        if (storedHead_.lastModified == walkHead_.lastModified &&
+            matched_->lastModified != walkHead_.lastModified) {
+            std::swap(*matched_, storedHead_);
+        }
+        item = fromStored(ScanItem::Action::Delete);
+        advanceStored();
+        return;
+    }
+    item = ScanItem{
+        ScanItem::Action::Read, walkHead_.relativePath, walkHead_.lastModified, matched_->id, {},
+        TagResult::Unreadable};
+    if (matched_->lastModified == walkHead_.lastModified) {
+        item.action = ScanItem::Action::Keep;
+    }
+    matched_.reset();
+    advanceWalk();
 }
 
 }  // namespace tangor::index

@@ -4,11 +4,13 @@
 // and tells for each path what is to be done (ScanItem). A file whose time differs from its row's,
 // or that has no row, is read; a row whose file is gone is deleted; a row below a folder or file
 // the walk could not read is kept, never taken for gone. Unreadable and skipped walk entries go to
-// `problems`.
+// `problems`. A path stored more than once (old versions' concurrent scans inserted every track
+// twice) keeps one row, the one whose time matches the file where one does; the others are deleted.
 // Stored rows that cannot be read end the comparison with std::runtime_error.
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "MountPoint.h"
@@ -41,6 +43,8 @@ private:
     void advanceWalk();
     void advanceStored();
     ScanItem fromStored(ScanItem::Action action) const;
+    // The walk's head has a stored row (matched_): the next item of that path.
+    void nextOfMatch(ScanItem& item);
 
     const MountPoint& mountPoint_;
     PartitionWalk& walk_;
@@ -50,6 +54,8 @@ private:
     bool storedDone_ = false;
     WalkEntry walkHead_;
     Stored storedHead_{};
+    // The row kept for the walk's head while the rows that follow it have the same path.
+    std::optional<Stored> matched_;
     bool incomplete_ = false;
 };
 

@@ -57,15 +57,40 @@ void WriteBatch::commit() {
     }
 }
 
+void throwDatabaseDeleted(IndexDatabase& database, const std::string& mountPoint) {
+    const bool journal = database.checkFile() == IndexDatabase::FileState::JournalDeleted;
+    database.rollback();
+    if (journal) {
+        throw DatabaseDeleted(
+            "the journal of the database file was deleted during the scan (another device's "
+            "storage budget?): " +
+            database.path() + "-journal; " + mountPoint +
+            ": the batch was rolled back and the next scan writes its files again");
+    }
+    throw DatabaseDeleted(
+        "the database file was deleted during the scan (another device's storage budget?): " +
+        database.path() + "; " + mountPoint +
+        ": the batch was rolled back and the next scan makes the database anew");
+}
+
 void WriteBatch::fail(const std::string& what) {
     const std::string reason = database_.lastError();
     open_ = false;
+    // A write into a deleted file fails as read-only (SQLITE_READONLY_DBMOVED): say why.
+    if (database_.checkFile() != IndexDatabase::FileState::Intact) {
+        throwDatabaseDeleted(database_, mountPoint_.path());
+    }
     database_.rollback();
     throw WriteFailed(mountPoint_.path() + ": " + what + " (" + reason +
                       "); the batch was rolled back and the next scan writes its files again");
 }
 
 void WriteBatch::finish(const char* status, const std::string& previous) {
+    // A scan that writes nothing must not end well over a file that is gone either.
+    if (database_.checkFile() != IndexDatabase::FileState::Intact) {
+        open_ = false;
+        throwDatabaseDeleted(database_, mountPoint_.path());
+    }
     if (started_ || previous != status) {
         write();
         if (!database_.writeStatus(mountPoint_, status)) {

@@ -9,7 +9,10 @@
 //
 // A write that fails (a full disk, a read-only or deleted file) is never followed by others outside
 // the batch: fail() rolls the batch back and throws WriteFailed, which ends the scan; what was
-// committed before stays, and the next scan completes it.
+// committed before stays, and the next scan completes it. The database file deleted under the scan
+// (SQLite would go on writing it unlinked) or the journal of the open batch deleted (its commit
+// could no longer be undone) is looked for before each commit and at finish(), and ends the scan
+// the same way with DatabaseDeleted.
 
 #include <cstddef>
 #include <stdexcept>
@@ -30,6 +33,16 @@ public:
     using std::runtime_error::runtime_error;
 };
 
+// The database file, or the journal of the open batch, was deleted during the scan; the batch is
+// rolled back. what() names the file and says so.
+class DatabaseDeleted : public WriteFailed {
+public:
+    using WriteFailed::WriteFailed;
+};
+
+// Throws DatabaseDeleted for `database` (not Intact), whose batch for `mountPoint` was rolled back.
+[[noreturn]] void throwDatabaseDeleted(IndexDatabase& database, const std::string& mountPoint);
+
 class WriteBatch {
 public:
     WriteBatch(IndexDatabase& database, const MountPoint& mountPoint, std::size_t filesPerCommit);
@@ -42,12 +55,14 @@ public:
     // After a file's rows are written: commits when the batch is full.
     void fileWritten();
     // Commits what is open; the status is written (in the same transaction) when anything was
-    // written in this scan or `status` differs from `previous`.
+    // written in this scan or `status` differs from `previous`. Throws DatabaseDeleted when the
+    // file is gone, whether or not anything was written.
     void finish(const char* status, const std::string& previous);
 
     bool wroteAnything() const { return started_; }
 
-    // Rolls back what is open and throws WriteFailed: `what` failed, with SQLite's reason.
+    // Rolls back what is open and throws WriteFailed: `what` failed, with SQLite's reason; or
+    // DatabaseDeleted when the file or the batch's journal is gone.
     [[noreturn]] void fail(const std::string& what);
 
 private:
