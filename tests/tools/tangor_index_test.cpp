@@ -170,13 +170,9 @@ TEST_F(TangorIndexTest, LegacyEncodedTagsAndPlaylistsReadRightOnEveryMarket) {
 }
 
 TEST_F(TangorIndexTest, RescanWritesOnlyWhatChanged) {
+    // That a rescan finding nothing changed writes nothing is checked with the other reliability
+    // cases, through SQLite's file layer.
     ASSERT_EQ(scan().status, 0);
-    const std::string before = readFile(database());
-    ASSERT_EQ(scan().status, 0);
-    // Nothing changed, nothing written: not even a transaction, which SQLite would count in the
-    // header (change counter, version-valid-for number).
-    EXPECT_TRUE(readFile(database()) == before);
-
     const std::string idOf = "SELECT ID FROM SONGS WHERE PATH = '";
     const std::string keptId = value(idOf + path(7) + "'");
     const std::string added = path("Amber Rivers/Morning Roads/99 Copy.mp3");
