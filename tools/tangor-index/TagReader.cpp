@@ -17,6 +17,7 @@
 #include <cstdlib>
 
 #include "AudioHead.h"
+#include "FileReadStream.h"
 #include "FileSystem.h"
 
 namespace tangor::index {
@@ -104,13 +105,15 @@ int clampedTrack(unsigned int track) {
 }  // namespace
 
 TagResult readTags(const std::string& path, Tags& tags) {
-    if (headIsAllZero(path)) {
+    FileReadStream stream(path);
+    if (stream.headIsAllZero(kAudioHeadBytes)) {
         return TagResult::NotAudio;
     }
     legacy::beginFile();  // legacy encodings: LegacyTagHandlers.h
-    // Audio properties are not needed, and reading them costs a scan of the stream.
-    const TagLib::FileRef file(path.c_str(), false);
-    if (file.isNull() || !file.file()->isValid() || file.tag() == nullptr) {
+    // Audio properties are not needed, and reading them costs a scan of the stream. TagLib picks
+    // the format by the stream's name, as it would by the path.
+    const TagLib::FileRef file(&stream, false);
+    if (!stream.isOpen() || file.isNull() || !file.file()->isValid() || file.tag() == nullptr) {
         // statx, not stat: a 32-bit stat fails on a file of 2 GiB or more as if it were gone.
         const bool gone = fileStatus(path).type == FileStatus::Type::Missing;
         return gone ? TagResult::Vanished : TagResult::Unreadable;
