@@ -207,6 +207,11 @@ void WordTable::narrow(std::uint32_t& lo, std::uint32_t& hi, int position,
     if (lo < hi && wordLength(lo) == position) {
         ++lo;
     }
+    // The range is sorted: when its first and last entries have `unit` there, all do (always so
+    // for the first unit, whose range the index gives exactly).
+    if (lo < hi && unitOf(lo, position) == unit && unitOf(hi - 1, position) == unit) {
+        return;
+    }
     lo = partitionPoint(lo, hi, [&](std::uint32_t e) { return unitOf(e, position) < unit; });
     // Few entries share a unit: the range's end is near its start.
     hi = partitionPointNear(lo, hi, [&](std::uint32_t e) { return unitOf(e, position) <= unit; });
@@ -222,11 +227,11 @@ std::int32_t WordTable::longestMatch(const unsigned char* text, int maxUnits, st
 
 void WordTable::buildIndex(std::uint32_t* index) const {
     std::uint32_t entry = 0;
-    for (std::uint32_t group = 0; group < kIndexSize; ++group) {
-        while (entry < count_ && (unitOf(entry, 0) >> 4) < group) {
+    for (std::uint32_t unit = 0; unit < kIndexSize; ++unit) {
+        while (entry < count_ && unitOf(entry, 0) < unit) {
             ++entry;
         }
-        index[group] = entry;
+        index[unit] = entry;
     }
 }
 

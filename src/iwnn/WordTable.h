@@ -45,16 +45,17 @@ public:
     std::int32_t longestMatch(const unsigned char* text, int maxUnits, std::uint32_t lo,
                               std::uint32_t hi) const;
 
-    // The first-unit index: for each group of 16 first units (unit >> 4), the first entry whose
-    // first unit is in that group or a later one, then the count; kIndexSize values in all. It
-    // narrows the first step of a lookup to a few dozen entries at most.
-    static constexpr std::uint32_t kIndexSize = (0x10000 >> 4) + 1;
+    // The first-unit index: for each first unit, the first entry whose first unit is that one or
+    // a later one, then the count; kIndexSize values (256 KiB) in all. A lookup starts from the
+    // entries of exactly its first character, not from a group of them: with a few hundred words
+    // to each common character, that is most of a reading's binary searches saved.
+    static constexpr std::uint32_t kIndexSize = 0x10000 + 1;
     void buildIndex(std::uint32_t* index) const;
-    // The entries that may begin with `unit`, per an index built by buildIndex.
+    // The entries that begin with `unit`, per an index built by buildIndex.
     static void rangeOf(const std::uint32_t* index, std::uint16_t unit, std::uint32_t& lo,
                         std::uint32_t& hi) {
-        lo = index[unit >> 4];
-        hi = index[(unit >> 4) + 1];
+        lo = index[unit];
+        hi = index[unit + 1];
     }
 
 private:
