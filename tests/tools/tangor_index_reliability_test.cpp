@@ -502,6 +502,9 @@ TEST_F(ReliabilityTest, PresentPartitionNeverLeavesTheViewDuringARescan) {
             const DatabaseWatch watch(database(), copies.path());
             index::scanDevice("usb", row.after, quiet);
             states = watch.snapshots();
+            // The counts that show a rescan wrote nothing see these writes.
+            EXPECT_GT(watch.writes(), 0) << row.name;
+            EXPECT_GT(watch.syncs(), 0) << row.name;
         }
         EXPECT_FALSE(states.empty()) << row.name;
         for (const std::string& state : states) {
