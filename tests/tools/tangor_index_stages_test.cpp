@@ -307,6 +307,13 @@ TEST_F(StoredRowsTest, DirectoriesFollowTheIndexedFiles) {
     const std::string root = tree.mount;
     EXPECT_EQ(paths(), (std::vector<std::string>{root, root + "/a", root + "/a/b", root + "/a/b/c",
                                                  root + "/e"}));
+    // The root is its own parent and has the partition's identifier; every other row's parent
+    // is there.
+    EXPECT_EQ(queryRows(database,
+                        "SELECT OBJECTID = PARTITION_ID AND PARENT_ID = PARTITION_ID "
+                        "FROM DIRECTORIES WHERE PATH = '" +
+                            root + "'"),
+              std::vector<std::string>{"1"});
     EXPECT_EQ(queryRows(database, "SELECT COUNT(*) FROM DIRECTORIES d WHERE PATH <> '" + root +
                                       "' AND NOT EXISTS (SELECT 1 FROM DIRECTORIES p "
                                       "WHERE p.OBJECTID = d.PARENT_ID)"),
