@@ -608,15 +608,11 @@ TEST_F(ReliabilityTest, ZeroFilledStartIsNotAskedOfTagLibAndTheFileIsIndexedFrom
     EXPECT_EQ(value("SELECT TITLE FROM SONGS WHERE PATH = '" + path("Zeros.mp3") + "'"), "Zeros");
 }
 
-// Nothing the scan leaves out goes unsaid: links that leave the partition (a file beside it whose
-// name starts like it, a folder, the indexer's own memory) are not followed, and what lies past the
-// limits is not indexed; each is a warning naming it and counts as skipped.
+// Nothing the scan leaves out goes unsaid: a link that leaves the partition (here to the indexer's
+// own memory; the walk's test has links to files and folders beside the partition) is not
+// followed, and what lies past the limits is not indexed; each is a warning naming it and counts
+// as skipped.
 TEST_F(ReliabilityTest, WhatTheScanLeavesOutIsNamedAndCounted) {
-    writeFile(tree.file("usb.mp3"), "x");
-    fs::create_directories(tree.file("elsewhere"));
-    writeFile(tree.file("elsewhere/song.mp3"), "x");
-    fs::create_symlink(tree.file("usb.mp3"), mount + "/outside.mp3");
-    fs::create_directory_symlink("../elsewhere", mount + "/outside");
     fs::create_symlink("/proc/self/mem", mount + "/memory.mp3");
     std::string tooDeep = mount + "/deep";
     for (int depth = 1; depth <= index::WalkLimits().maxDepth; ++depth) {
@@ -642,8 +638,6 @@ TEST_F(ReliabilityTest, WhatTheScanLeavesOutIsNamedAndCounted) {
         const char* problem;
     };
     const Row rows[] = {
-        {mount + "/outside.mp3", "link leaves the partition; not followed"},
-        {mount + "/outside", "link leaves the partition; not followed"},
         {mount + "/memory.mp3", "link leaves the partition; not followed"},
         {tooDeep, "folder more than 64 levels below the mount point; skipped"},
         {mount + "/long.m3u", "playlist has more than 10000 entries; the rest are left out"},
