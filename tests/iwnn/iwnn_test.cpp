@@ -31,15 +31,6 @@ std::string utf16(const std::u16string& text) {
     return bytes;
 }
 
-template <typename Text>
-Text repeat(const Text& text, int times) {
-    Text result;
-    for (int i = 0; i < times; ++i) {
-        result += text;
-    }
-    return result;
-}
-
 // Writes a big-endian field of 1, 2 or 4 bytes; with width 0 resizes the image to `value` bytes.
 void setField(std::string& image, std::size_t at, int width, std::uint32_t value) {
     if (width == 0) {

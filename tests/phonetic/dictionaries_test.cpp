@@ -22,13 +22,6 @@ namespace fs = std::filesystem;
 // The engine holds a words image in a buffer twice its size.
 constexpr std::uintmax_t kMaxWordsBytes = 4 * 1024 * 1024;
 
-std::string builtPair(int countryCode, bool words) {
-    const bool cn = countryCode == 6;
-    return std::string(TANGOR_DICTIONARIES_DIR) +
-           (!words ? (cn ? "/CN/njcon.a" : "/TW/njcon.a")
-                   : (cn ? "/CN/pinyin/njtan.a" : "/TW/bopomofo/njtan.a"));
-}
-
 class Dictionaries : public FixedPathsTest {
 protected:
     void SetUp() override {
@@ -36,8 +29,8 @@ protected:
         for (const int code : {6, 9}) {
             fs::create_directories(fs::path(dictionaryPath(code, true)).parent_path());
             for (const bool words : {false, true}) {
-                fs::copy_file(builtPair(code, words), dictionaryPath(code, words),
-                              fs::copy_options::overwrite_existing);
+                fs::copy_file(dictionaryPath(code, words, TANGOR_DICTIONARIES_DIR),
+                              dictionaryPath(code, words), fs::copy_options::overwrite_existing);
             }
         }
     }
@@ -71,7 +64,9 @@ TEST_F(Dictionaries, ReadPolyphonesInContextNamesAndBothScripts) {
 
 TEST_F(Dictionaries, WordsFitTheLoadersBuffer) {
     for (const int code : {6, 9}) {
-        EXPECT_LE(fs::file_size(builtPair(code, true)), kMaxWordsBytes) << code;
+        EXPECT_LE(fs::file_size(dictionaryPath(code, true, TANGOR_DICTIONARIES_DIR)),
+                  kMaxWordsBytes)
+            << code;
     }
 }
 

@@ -14,14 +14,6 @@
 namespace tangor::test {
 namespace {
 
-std::string repeated(const std::string& text, int times, const std::string& separator = "") {
-    std::string result;
-    for (int i = 0; i < times; ++i) {
-        result += (i > 0 ? separator : "") + text;
-    }
-    return result;
-}
-
 // The engine's work area is the process's one, so every case ends with it released.
 class Phonetic : public FixedPathsTest {
 protected:
@@ -37,7 +29,8 @@ protected:
 };
 
 TEST_F(Phonetic, ReadingsPerMarketWithinTheirBuffersAndLineEndsCutInPlace) {
-    const std::string cut = repeated("ㄅ", 19);  // what a 58-byte word buffer keeps of 长's 30
+    // What a 58-byte word buffer keeps of 长's 30.
+    const std::string cut = repeat<std::string>("ㄅ", 19);
     const struct {
         int countryCode;
         std::string text;
@@ -48,11 +41,11 @@ TEST_F(Phonetic, ReadingsPerMarketWithinTheirBuffersAndLineEndsCutInPlace) {
         {9, "。台灣北", "ㄊㄞˊㄨㄢ ㄅㄟˇ"},   // no reading for 。, no space before the first
         {9, "x台灣北", "x ㄊㄞˊㄨㄢ ㄅㄟˇ"},  // Latin letters keep their place
         // Only 55 of 60 units are read, over two splits of at most 50 words, joined as one.
-        {9, repeated("北", 60), repeated("ㄅㄟˇ", 55, " ")},
-        {9, repeated("一", 55), "ㄧ"},  // the longest word allowed is read whole
+        {9, repeat<std::string>("北", 60), repeat<std::string>("ㄅㄟˇ", 55, " ")},
+        {9, repeat<std::string>("一", 55), "ㄧ"},  // the longest word allowed is read whole
         // 17 cut readings with their spaces fill the 1,024-byte result; the 18th would not fit.
         {9, "长", cut},
-        {9, repeated("长", 30), repeated(cut, 17, " ")},
+        {9, repeat<std::string>("长", 30), repeat<std::string>(cut, 17, " ")},
         // Capitalised readings joined without spaces; one trailing CR, then one LF, are cut.
         {6, "北京\n", "BeiJing", "北京"},
         {6, "北京\n\r", "BeiJing", "北京"},

@@ -117,22 +117,12 @@ public:
         mkdir(fifos_.c_str(), 0755);
         mkdir(dir_.file("persist").c_str(), 0755);
         // Nothing but ::1: the daemon refuses 127.0.0.1 here, and no UDP.
-        const std::string settings[] = {
-            "ECUId = ECU1",
-            "LoggingMode = 2",
-            "LoggingLevel = 6",
-            "LoggingFilename = " + dir_.file("daemon.log"),
-            "ControlSocketPath = " + dir_.file("control.sock"),
-            "PersistanceStoragePath = " + dir_.file("persist"),
-            "ContextLogLevel = 4",
-            "UDPConnectionSetup = 0",
-            "BindAddress = ::1",
-        };
-        std::string text;
-        for (const std::string& line : settings) {
-            text += line + "\n";
-        }
-        tangor::test::writeFile(config_, text);
+        writeFile(config_,
+                  "ECUId = ECU1\nLoggingMode = 2\nLoggingLevel = 6\nLoggingFilename = " +
+                      dir_.file("daemon.log") +
+                      "\nControlSocketPath = " + dir_.file("control.sock") +
+                      "\nPersistanceStoragePath = " + dir_.file("persist") +
+                      "\nContextLogLevel = 4\nUDPConnectionSetup = 0\nBindAddress = ::1\n");
     }
 
     // Starts both and waits until the receiver gets the daemon's own start-up records.
@@ -161,12 +151,6 @@ public:
             text = runProgram({"dlt-convert", "-a", received_}).standardOutput;
             return text.find(last) != std::string::npos;
         });
-    }
-
-    std::string recordsUpTo(const std::string& last) const {
-        std::string text;
-        EXPECT_TRUE(receivedUpTo(last, text)) << text;
-        return text;
     }
 
 private:
@@ -219,7 +203,8 @@ TEST_F(DltTest, RecordsReachADaemonWithLevelFunctionLineAndTextAndBelowItsLevelN
     implLog(0, DLT_LOG_ERROR, "probe", 8, "", "error %d", 8);
 
     // Records of one context arrive in order: the last one ends the wait.
-    const std::string text = daemon.recordsUpTo("error 8");
+    std::string text;
+    EXPECT_TRUE(daemon.receivedUpTo("error 8", text)) << text;
     const struct {
         const char* level;
         const char* arguments;  // function, line, text

@@ -28,64 +28,24 @@ struct WatchVfs {
         file->pMethods = nullptr;
         return rc;
     }
-    static int read(sqlite3_file* file, void* buffer, int amount, sqlite3_int64 offset) {
-        return real(file)->pMethods->xRead(real(file), buffer, amount, offset);
-    }
-    static int write(sqlite3_file* file, const void* buffer, int amount, sqlite3_int64 offset) {
-        if (watched(file)) {
-            ++watch->writes_;
+    // A method passed on to the default VFS's file; on a watched file it counts in `counter` first.
+    using Counter = std::atomic<int> DatabaseWatch::*;
+    template <auto Method, Counter counter = nullptr>
+    struct Forward;
+    template <typename R, typename... Args,
+              R (*sqlite3_io_methods::*Method)(sqlite3_file*, Args...), Counter counter>
+    struct Forward<Method, counter> {
+        static R call(sqlite3_file* file, Args... args) {
+            if constexpr (counter != nullptr) {
+                if (watched(file)) {
+                    ++(watch->*counter);
+                }
+            }
+            return (real(file)->pMethods->*Method)(real(file), args...);
         }
-        return real(file)->pMethods->xWrite(real(file), buffer, amount, offset);
-    }
-    static int truncate(sqlite3_file* file, sqlite3_int64 size) {
-        if (watched(file)) {
-            ++watch->writes_;
-        }
-        return real(file)->pMethods->xTruncate(real(file), size);
-    }
-    static int sync(sqlite3_file* file, int flags) {
-        if (watched(file)) {
-            ++watch->syncs_;
-        }
-        return real(file)->pMethods->xSync(real(file), flags);
-    }
-    static int fileSize(sqlite3_file* file, sqlite3_int64* size) {
-        return real(file)->pMethods->xFileSize(real(file), size);
-    }
-    static int lock(sqlite3_file* file, int level) {
-        return real(file)->pMethods->xLock(real(file), level);
-    }
-    static int unlock(sqlite3_file* file, int level) {
-        return real(file)->pMethods->xUnlock(real(file), level);
-    }
-    static int checkReservedLock(sqlite3_file* file, int* out) {
-        return real(file)->pMethods->xCheckReservedLock(real(file), out);
-    }
-    static int fileControl(sqlite3_file* file, int op, void* argument) {
-        return real(file)->pMethods->xFileControl(real(file), op, argument);
-    }
-    static int sectorSize(sqlite3_file* file) {
-        return real(file)->pMethods->xSectorSize(real(file));
-    }
-    static int deviceCharacteristics(sqlite3_file* file) {
-        return real(file)->pMethods->xDeviceCharacteristics(real(file));
-    }
-    static int shmMap(sqlite3_file* file, int page, int size, int extend, void volatile** out) {
-        return real(file)->pMethods->xShmMap(real(file), page, size, extend, out);
-    }
-    static int shmLock(sqlite3_file* file, int offset, int n, int flags) {
-        return real(file)->pMethods->xShmLock(real(file), offset, n, flags);
-    }
-    static void shmBarrier(sqlite3_file* file) { real(file)->pMethods->xShmBarrier(real(file)); }
-    static int shmUnmap(sqlite3_file* file, int deleteFlag) {
-        return real(file)->pMethods->xShmUnmap(real(file), deleteFlag);
-    }
-    static int fetch(sqlite3_file* file, sqlite3_int64 offset, int amount, void** out) {
-        return real(file)->pMethods->xFetch(real(file), offset, amount, out);
-    }
-    static int unfetch(sqlite3_file* file, sqlite3_int64 offset, void* page) {
-        return real(file)->pMethods->xUnfetch(real(file), offset, page);
-    }
+    };
+    template <auto Method, Counter counter = nullptr>
+    static constexpr auto forward = Forward<Method, counter>::call;
 
     static int open(sqlite3_vfs*, const char* name, sqlite3_file* file, int flags, int* outFlags) {
         File* watchedFile = reinterpret_cast<File*>(file);
@@ -107,27 +67,26 @@ struct WatchVfs {
     static inline DatabaseWatch* watch = nullptr;
     static inline sqlite3_vfs* base = nullptr;
     static inline sqlite3_vfs vfs{};
-    static inline const sqlite3_io_methods methods = {
-        3,
-        close,
-        read,
-        write,
-        truncate,
-        sync,
-        fileSize,
-        lock,
-        unlock,
-        checkReservedLock,
-        fileControl,
-        sectorSize,
-        deviceCharacteristics,
-        shmMap,
-        shmLock,
-        shmBarrier,
-        shmUnmap,
-        fetch,
-        unfetch,
-    };
+    using M = sqlite3_io_methods;
+    static inline const M methods = {3,
+                                     close,
+                                     forward<&M::xRead>,
+                                     forward<&M::xWrite, &DatabaseWatch::writes_>,
+                                     forward<&M::xTruncate, &DatabaseWatch::writes_>,
+                                     forward<&M::xSync, &DatabaseWatch::syncs_>,
+                                     forward<&M::xFileSize>,
+                                     forward<&M::xLock>,
+                                     forward<&M::xUnlock>,
+                                     forward<&M::xCheckReservedLock>,
+                                     forward<&M::xFileControl>,
+                                     forward<&M::xSectorSize>,
+                                     forward<&M::xDeviceCharacteristics>,
+                                     forward<&M::xShmMap>,
+                                     forward<&M::xShmLock>,
+                                     forward<&M::xShmBarrier>,
+                                     forward<&M::xShmUnmap>,
+                                     forward<&M::xFetch>,
+                                     forward<&M::xUnfetch>};
 };
 
 DatabaseWatch::DatabaseWatch(const std::string& database, const std::string& snapshotFolder)

@@ -16,12 +16,14 @@
 
 namespace tangor::test {
 
-// The market's "njcon.a", or with `words` its "njtan.a" (6: mainland, 9: Taiwan).
-inline std::string dictionaryPath(int countryCode, bool words) {
+// The market's "njcon.a", or with `words` its "njtan.a" (6: mainland, 9: Taiwan), in the folder
+// where init_lib looks for them or in `folder`.
+inline std::string dictionaryPath(int countryCode, bool words,
+                                  const std::string& folder = TANGOR_SYSROOT
+                                  "/opt/hmi/data/ro/FEP/dic/utf16be/ZH") {
     const bool cn = countryCode == 6;
-    return std::string(TANGOR_SYSROOT) + "/opt/hmi/data/ro/FEP/dic/utf16be/ZH/" +
-           (!words ? (cn ? "CN/njcon.a" : "TW/njcon.a")
-                   : (cn ? "CN/pinyin/njtan.a" : "TW/bopomofo/njtan.a"));
+    return folder + (!words ? (cn ? "/CN/njcon.a" : "/TW/njcon.a")
+                            : (cn ? "/CN/pinyin/njtan.a" : "/TW/bopomofo/njtan.a"));
 }
 
 // A word list kept beside the phonetic tests.

@@ -8,7 +8,6 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <memory>
 #include <sstream>
 
 namespace tangor::test {
@@ -18,16 +17,10 @@ namespace fs = std::filesystem;
 namespace {
 
 const char* levelName(DltLogLevelType level) {
-    switch (level) {
-        case DLT_LOG_ERROR:
-            return "ERROR";
-        case DLT_LOG_WARN:
-            return "WARN";
-        case DLT_LOG_INFO:
-            return "INFO";
-        default:
-            return "OTHER";
-    }
+    return level == DLT_LOG_ERROR  ? "ERROR"
+           : level == DLT_LOG_WARN ? "WARN"
+           : level == DLT_LOG_INFO ? "INFO"
+                                   : "OTHER";
 }
 
 std::string scratchBase() {
@@ -35,6 +28,18 @@ std::string scratchBase() {
     const fs::path base = configured ? fs::path(configured) : fs::temp_directory_path();
     fs::create_directories(base);
     return base.string();
+}
+
+// The emulator's command words, "|"-separated in TANGOR_TEST_EMULATOR (empty in a native build).
+std::vector<std::string> emulatorCommand() {
+    std::vector<std::string> words;
+    std::istringstream joined(TANGOR_TEST_EMULATOR);
+    for (std::string word; std::getline(joined, word, '|');) {
+        if (!word.empty()) {
+            words.push_back(word);
+        }
+    }
+    return words;
 }
 
 }  // namespace
@@ -190,26 +195,6 @@ void execSql(const std::string& path, const std::string& sql) {
     sqlite3_close(db);
 }
 
-namespace {
-
-// The emulator's command words, "|"-separated in TANGOR_TEST_EMULATOR (empty in a native build).
-std::vector<std::string> emulatorCommand() {
-    std::vector<std::string> words;
-    std::istringstream joined(TANGOR_TEST_EMULATOR);
-    for (std::string word; std::getline(joined, word, '|');) {
-        if (!word.empty()) {
-            words.push_back(word);
-        }
-    }
-    return words;
-}
-
-struct GFreer {
-    void operator()(void* memory) const noexcept { g_free(memory); }
-};
-
-}  // namespace
-
 ProgramResult runProgram(const std::vector<std::string>& arguments) {
     std::vector<std::string> command = emulatorCommand();
     command.insert(command.end(), arguments.begin(), arguments.end());
@@ -218,23 +203,21 @@ ProgramResult runProgram(const std::vector<std::string>& arguments) {
         argv.push_back(word.data());
     }
     argv.push_back(nullptr);
-    char* rawOutput = nullptr;
-    char* rawError = nullptr;
+    g_autofree char* standardOutput = nullptr;
+    g_autofree char* standardError = nullptr;
     int waitStatus = 0;
     GError* spawnError = nullptr;
     const gboolean spawned =
         g_spawn_sync(nullptr, argv.data(), nullptr, G_SPAWN_SEARCH_PATH, nullptr, nullptr,
-                     &rawOutput, &rawError, &waitStatus, &spawnError);
-    const std::unique_ptr<char, GFreer> standardOutput(rawOutput);
-    const std::unique_ptr<char, GFreer> standardError(rawError);
+                     &standardOutput, &standardError, &waitStatus, &spawnError);
     ProgramResult result;
     if (!spawned) {
         ADD_FAILURE() << "cannot run " << command.front() << ": " << spawnError->message;
         g_error_free(spawnError);
         return result;
     }
-    result.standardError = standardError ? standardError.get() : "";
-    result.standardOutput = standardOutput ? standardOutput.get() : "";
+    result.standardError = standardError ? standardError : "";
+    result.standardOutput = standardOutput ? standardOutput : "";
     result.status = WIFEXITED(waitStatus) ? WEXITSTATUS(waitStatus) : -1;
     return result;
 }

@@ -52,6 +52,16 @@ private:
     std::string path_;
 };
 
+// `text` `times` times over, `separator` between.
+template <typename Text>
+Text repeat(const Text& text, int times, const Text& separator = Text()) {
+    Text result;
+    for (int i = 0; i < times; ++i) {
+        result += (i > 0 ? separator : Text()) + text;
+    }
+    return result;
+}
+
 void removeTree(const std::string& path);
 void writeFile(const std::string& path, const std::string& content);
 // The whole file; fails the test when it cannot be read.

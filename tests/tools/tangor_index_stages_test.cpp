@@ -146,7 +146,9 @@ TEST(PartitionWalk, NamesAFolderItCannotReadInItsPlace) {
     while (walk.next(entry) && entries.size() < 100) {
         entries.push_back(entry);
     }
-    ASSERT_GE(entries.size(), 2u) << entries[0].relativePath << ": " << entries[0].problem;
+    ASSERT_GE(entries.size(), 2u) << (entries.empty()
+                                          ? "nothing"
+                                          : entries[0].relativePath + ": " + entries[0].problem);
     EXPECT_EQ(entries[1].kind, WalkEntry::Kind::Unreadable);
     EXPECT_EQ(entries[1].relativePath, "a");
     EXPECT_EQ(entries[1].problem, "folder cannot be opened: Permission denied");
@@ -184,7 +186,10 @@ protected:
     std::string database;
 };
 
-std::vector<std::string> compareAll(index::IndexDatabase& db, const MountPoint& mountPoint) {
+// The comparison's items in order, "problem" for each entry the walk could not take; a stored row
+// is shown as " (stored)", or with `ids` by its ID.
+std::vector<std::string> compareAll(index::IndexDatabase& db, const MountPoint& mountPoint,
+                                    bool ids = false) {
     index::PartitionWalk walk(mountPoint);
     std::vector<std::string> problems;
     index::SongComparison comparison(mountPoint, walk, db.storedSongs(mountPoint),
@@ -197,8 +202,10 @@ std::vector<std::string> compareAll(index::IndexDatabase& db, const MountPoint& 
         items.insert(items.end(), problems.begin(), problems.end());
         problems.clear();
         const char* action[] = {"keep ", "read ", "delete ", "playlist "};
-        items.push_back(action[static_cast<int>(item.action)] + item.relativePath +
-                        (item.storedId ? " (stored)" : ""));
+        const std::string stored = !item.storedId ? ""
+                                   : ids          ? " #" + std::to_string(item.storedId)
+                                                  : " (stored)";
+        items.push_back(action[static_cast<int>(item.action)] + item.relativePath + stored);
     }
     items.insert(items.end(), problems.begin(), problems.end());
     return items;
@@ -238,21 +245,12 @@ TEST_F(StoredRowsTest, ComparisonKeepsOneRowOfAPathStoredMoreThanOnce) {
     storeSong("a.mp3", modified("a.mp3"));        // 4: matches, stays
     storeSong("a.mp3", modified("a.mp3"));        // 5: matches too, comes later
     index::IndexDatabase db("usb");
-    index::PartitionWalk walk(mountPoint);
-    index::SongComparison comparison(mountPoint, walk, db.storedSongs(mountPoint),
-                                     [](const WalkEntry&) {});
-    std::vector<std::string> items;
-    ScanItem item;
-    for (int round = 0; round < 100 && comparison.next(item); ++round) {
-        const char* action[] = {"keep ", "read ", "delete ", "playlist "};
-        items.push_back(action[static_cast<int>(item.action)] + item.relativePath +
-                        (item.storedId ? " #" + std::to_string(item.storedId) : ""));
-    }
     const std::vector<std::string> expected = {
-        "delete B.flac #2", "read B.flac #1",  "read a/deep/er/y.mp3", "read a/x.mp3",
-        "read a-b.mp3",     "delete a.mp3 #3", "delete a.mp3 #5",      "keep a.mp3 #4",
-        "read back-in.mp3", "read link.mp3",   "playlist list.m3u"};
-    EXPECT_EQ(items, expected);
+        "delete B.flac #2",   "read B.flac #1",  "read a/deep/er/y.mp3", "read a/x.mp3",
+        "read a-b.mp3",       "delete a.mp3 #3", "delete a.mp3 #5",      "keep a.mp3 #4",
+        "read back-in.mp3",   "read link.mp3",   "playlist list.m3u",    "problem outside-folder",
+        "problem outside.mp3"};
+    EXPECT_EQ(compareAll(db, mountPoint, true), expected);
 }
 
 TEST_F(StoredRowsTest, ComparisonKeepsWhatIsStoredBelowAnUnreadableFolder) {
@@ -307,6 +305,13 @@ TEST_F(StoredRowsTest, DirectoriesFollowTheIndexedFiles) {
     const std::string root = tree.mount;
     EXPECT_EQ(paths(), (std::vector<std::string>{root, root + "/a", root + "/a/b", root + "/a/b/c",
                                                  root + "/e"}));
+    // The root is its own parent and has the partition's identifier; every other row's parent
+    // is there.
+    EXPECT_EQ(queryRows(database,
+                        "SELECT OBJECTID = PARTITION_ID AND PARENT_ID = PARTITION_ID "
+                        "FROM DIRECTORIES WHERE PATH = '" +
+                            root + "'"),
+              std::vector<std::string>{"1"});
     EXPECT_EQ(queryRows(database, "SELECT COUNT(*) FROM DIRECTORIES d WHERE PATH <> '" + root +
                                       "' AND NOT EXISTS (SELECT 1 FROM DIRECTORIES p "
                                       "WHERE p.OBJECTID = d.PARENT_ID)"),
@@ -338,6 +343,7 @@ TEST_F(StoredRowsTest, PlaylistEntriesAreResolvedByQueries) {
         {"Music/A", "Song.MP3", "Music/A/SONG.mp3"},  // first of the foldings in walk order
         {"Playlists", "..\\Music\\.\\B\\\\other.flac", "Music/B/other.flac"},
         {"Music/A", "E:\\top.mp3", "top.mp3"},          // drive letter: from the root
+        {"Music/A", "/top.mp3", "top.mp3"},             // from the root
         {"Music/A", absoluteEntry.c_str(), "top.mp3"},  // absolute
         {"", "file:///Music/B/oth%65r.flac", "Music/B/other.flac"},
         {"Music", "../../top.mp3", nullptr},  // leaves the partition

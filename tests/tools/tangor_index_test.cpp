@@ -1,20 +1,20 @@
 // Whole scans of generated sample trees: the tables and views they fill, the readings of each
 // market, rescans, and the input that must not stop a scan.
 
-#include <sys/stat.h>
 #include <utime.h>
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
+#include <iterator>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
-#include "SampleLayout.h"
 #include "Scanner.h"
+#include "support/IndexerTest.h"
 #include "support/InstalledDictionaries.h"
-#include "support/TestSupport.h"
 
 namespace tangor::test {
 
@@ -24,43 +24,16 @@ namespace fs = std::filesystem;
 
 constexpr int kFiles = sample::kMinimumFiles;
 
-class TangorIndexTest : public FixedPathsTest {
-protected:
-    void SetUp() override {
-        FixedPathsTest::SetUp();
-        mount = tree.file("usb");
-        const ProgramResult made =
-            runProgram({TANGOR_MAKE_SAMPLE_LIBRARY, mount, "--files", std::to_string(kFiles)});
-        ASSERT_EQ(made.status, 0) << made.standardError;
-    }
+using TangorIndexTest = IndexerTest;
 
-    static std::string database(const std::string& device = "usb") {
-        return databaseDirectory() + device + ".tangor";
-    }
-    std::string path(const std::string& relative) const { return mount + "/" + relative; }
-    std::string path(int file) const { return path(sample::audioFile(file).path); }
-
-    ProgramResult scan(const std::vector<std::string>& options = {},
-                       const std::string& device = "usb") const {
-        std::vector<std::string> command = {TANGOR_INDEX, "scan", "--device", device, "--quiet"};
-        command.insert(command.end(), options.begin(), options.end());
-        command.push_back(mount);
-        return runProgram(command);
-    }
-
-    std::string value(const std::string& sql, const std::string& device = "usb") const {
-        const std::vector<std::string> rows = queryRows(database(device), sql);
-        return rows.empty() ? "<no row>" : rows.front();
-    }
-
-    TempDir tree;
-    std::string mount;
-};
+std::string quoted(const std::string& text) {
+    return "'" + text + "'";
+}
 
 TEST_F(TangorIndexTest, FullScanFillsTheTablesAndTheViews) {
     // A link back up the tree would make a walk that follows links go round for ever.
     fs::create_directory_symlink("..", path("Misc/loop"));
-    const ProgramResult result = scan();
+    const ProgramResult result = scan({mount});
     ASSERT_EQ(result.status, 0) << result.standardError;
     EXPECT_NE(result.standardOutput.find("12 files indexed (12 read), 0 skipped, 1 warning"),
               std::string::npos)
@@ -77,17 +50,20 @@ TEST_F(TangorIndexTest, FullScanFillsTheTablesAndTheViews) {
     for (const auto& [sql, expected] : counts) {
         EXPECT_EQ(value(sql), expected) << sql;
     }
-    EXPECT_EQ(value("SELECT AUDIOTYPE FROM VIEW_SONGS WHERE PATH = '" +
-                    path(sample::audiobookTrack) + "'"),
+    EXPECT_EQ(value("SELECT AUDIOTYPE FROM VIEW_SONGS WHERE PATH = " +
+                    quoted(path(sample::audiobookTrack))),
               "16");
-    EXPECT_EQ(value("SELECT OBJECTID = PARTITION_ID AND PARENT_ID = PARTITION_ID FROM DIRECTORIES "
-                    "WHERE PATH = '" +
-                    mount + "'"),
-              "1");
-    EXPECT_EQ(
-        value("SELECT COUNT(*) FROM DIRECTORIES d WHERE PATH <> '" + mount +
-              "' AND NOT EXISTS (SELECT 1 FROM DIRECTORIES p WHERE p.OBJECTID = d.PARENT_ID)"),
-        "0");
+    // Composer and disc number from every tag format; the placeholder and 0 for the others.
+    for (int file = 0; file < kFiles; ++file) {
+        const sample::AudioFile audio = sample::audioFile(file);
+        EXPECT_EQ(value("SELECT COMPOSER, DISCNUM FROM SONGS JOIN COMPOSERS USING (COMPOSERID) "
+                        "WHERE PATH = " +
+                        quoted(path(file))),
+                  audio.content == sample::Content::Tagged
+                      ? audio.tags.composer + "|" + std::to_string(audio.tags.discNumber)
+                      : "Various Composers|0")
+            << audio.path;
+    }
     // In entry order, the case-insensitive and the "\"-separated entries resolved.
     const std::string playlistTracks =
         "SELECT group_concat(TRACKPATH, '|') FROM PLAYLISTS WHERE PLAYNAME = ";
@@ -95,76 +71,64 @@ TEST_F(TangorIndexTest, FullScanFillsTheTablesAndTheViews) {
               path(0) + "|" + path(7) + "|" + path(8) + "|" + path(2));
     EXPECT_EQ(value(playlistTracks + "'Windows'"), path(9) + "|" + path(3) + "|" + path(4));
 
+    // A heading, then one line per track.
     const ProgramResult listing = runProgram({TANGOR_INDEX, "list", "--device", "usb"});
     EXPECT_EQ(listing.status, 0);
     EXPECT_NE(listing.standardOutput.find("Anna Reader\tThe Long Road\tDeparture\taudiobook"),
               std::string::npos)
         << listing.standardOutput;
+    EXPECT_EQ(std::count(listing.standardOutput.begin(), listing.standardOutput.end(), '\n'),
+              kFiles + 1)
+        << listing.standardOutput;
     const ProgramResult status = runProgram({TANGOR_INDEX, "status", "--device", "usb", mount});
     EXPECT_EQ(status.standardOutput, "DONE\n");
 }
 
-TEST_F(TangorIndexTest, ReadingsFollowTheMarket) {
-    installDictionary(6, phoneticTestList("pinyin-words.txt"));
-    struct Row {
-        const char* country;
-        int file;
-        const char* reading;  // of the title
-    };
-    const Row rows[] = {
-        {"6", 0, "BeiJing"},
-        {"6", 7, "silent morning"},  // no Chinese: the title, lowered
-        {"5", 2, "はろー わーるど"},
-        {"0", 0, "<null>"},
-    };
-    for (const Row& row : rows) {
-        const std::string device = std::string("market") + row.country;
-        const ProgramResult result = scan({"--country", row.country}, device);
-        ASSERT_EQ(result.status, 0) << result.standardError;
-        EXPECT_EQ(value("SELECT IFNULL(CAST(ASIANTITLE AS TEXT), '<null>') FROM SONGS WHERE "
-                        "PATH = '" +
-                            path(row.file) + "'",
-                        device),
-                  row.reading)
-            << "market " << row.country;
-    }
-}
-
 // Tags that old taggers wrote in GBK, Big5 or Shift-JIS read right on their markets, and on the
 // others where the bytes leave no doubt; UTF-8 and true Latin-1 texts are kept on every market.
-TEST_F(TangorIndexTest, LegacyEncodedTagsAndPlaylistsReadRightOnEveryMarket) {
-    const ProgramResult made = runProgram(
-        {TANGOR_MAKE_SAMPLE_LIBRARY, mount, "--files", std::to_string(kFiles), "--legacy-tags"});
-    ASSERT_EQ(made.status, 0) << made.standardError;
-    const auto quoted = [](const std::string& text) { return "'" + text + "'"; };
-    for (const char* country : {"0", "5", "6", "9"}) {
-        const std::string device = std::string("legacy") + country;
-        const ProgramResult result = scan({"--country", country}, device);
+// The titles' readings follow the market.
+TEST_F(TangorIndexTest, EachMarketReadsLegacyEncodedTextsAndItsOwnReadings) {
+    installDictionary(6, phoneticTestList("pinyin-words.txt"));
+    makeLibrary(mount, kFiles, {"--legacy-tags"});
+    const std::pair<const char*, std::vector<std::pair<int, const char*>>> markets[] = {
+        {"0", {{0, "<null>"}}},
+        {"5", {{2, "はろー わーるど"}}},
+        {"6", {{0, "BeiJing"}, {7, "silent morning"}}},  // no Chinese: the title, lowered
+        {"9", {}},
+    };
+    for (const auto& [country, titleReadings] : markets) {
+        SCOPED_TRACE(std::string("market ") + country);
+        const std::string device = std::string("market") + country;
+        const ProgramResult result = scan({"--country", country, mount}, device);
         ASSERT_EQ(result.status, 0) << result.standardError;
+        for (const auto& [file, reading] : titleReadings) {
+            EXPECT_EQ(value("SELECT IFNULL(CAST(ASIANTITLE AS TEXT), '<null>') FROM SONGS WHERE "
+                            "PATH = " +
+                                quoted(path(file)),
+                            database(device)),
+                      reading);
+        }
         for (const sample::LegacyFile& file : sample::legacyFiles()) {
-            const std::string where = " FROM VIEW_SONGS WHERE PATH = " + quoted(path(file.path));
-            EXPECT_EQ(value("SELECT TITLE" + where, device), file.text.title)
-                << file.path << " on market " << country;
-            EXPECT_EQ(value("SELECT ARTIST" + where, device), file.text.artist)
-                << file.path << " on market " << country;
-            EXPECT_EQ(value("SELECT ALBUM" + where, device), file.text.album)
-                << file.path << " on market " << country;
-            if (!file.text.composer.empty()) {
-                EXPECT_EQ(value("SELECT COMPOSER" + where, device), file.text.composer)
-                    << file.path << " on market " << country;
-            }
+            const auto& text = file.text;
+            const bool composer = !text.composer.empty();
+            EXPECT_EQ(
+                value(std::string("SELECT TITLE, ARTIST, ALBUM") + (composer ? ", COMPOSER" : "") +
+                          " FROM VIEW_SONGS WHERE PATH = " + quoted(path(file.path)),
+                      database(device)),
+                text.title + "|" + text.artist + "|" + text.album +
+                    (composer ? "|" + text.composer : ""))
+                << file.path;
         }
         for (const sample::LegacyPlaylist& playlist : sample::legacyPlaylists()) {
             std::string expected;
             for (const int file : playlist.files) {
                 expected += (expected.empty() ? "" : "|") + path(file);
             }
-            const std::string name = fs::path(playlist.path).stem().string();
             EXPECT_EQ(value("SELECT group_concat(TRACKPATH, '|') FROM PLAYLISTS WHERE PLAYNAME = " +
-                                quoted(name),
-                            device),
+                                quoted(fs::path(playlist.path).stem().string()),
+                            database(device)),
                       expected)
-                << playlist.path << " on market " << country;
+                << playlist.path;
         }
     }
 }
@@ -172,9 +136,9 @@ TEST_F(TangorIndexTest, LegacyEncodedTagsAndPlaylistsReadRightOnEveryMarket) {
 TEST_F(TangorIndexTest, RescanWritesOnlyWhatChanged) {
     // That a rescan finding nothing changed writes nothing is checked with the other reliability
     // cases, through SQLite's file layer.
-    ASSERT_EQ(scan().status, 0);
-    const std::string idOf = "SELECT ID FROM SONGS WHERE PATH = '";
-    const std::string keptId = value(idOf + path(7) + "'");
+    ASSERT_EQ(scan({mount}).status, 0);
+    const std::string idOf = "SELECT ID FROM SONGS WHERE PATH = ";
+    const std::string keptId = value(idOf + quoted(path(7)));
     const std::string added = path("Amber Rivers/Morning Roads/99 Copy.mp3");
     fs::copy_file(path(7), added);
     fs::copy_file(path(1), path(8), fs::copy_options::overwrite_existing);  // other tags
@@ -182,15 +146,15 @@ TEST_F(TangorIndexTest, RescanWritesOnlyWhatChanged) {
     ASSERT_EQ(utime(path(8).c_str(), &later), 0);
     fs::remove(path(10));  // an entry of Mix.pls
 
-    const ProgramResult result = scan();
+    const ProgramResult result = scan({mount});
     ASSERT_EQ(result.status, 0) << result.standardError;
     EXPECT_NE(result.standardOutput.find("12 files indexed (2 read)"), std::string::npos)
         << result.standardOutput;
-    EXPECT_EQ(value(idOf + path(7) + "'"), keptId);
-    EXPECT_EQ(value("SELECT TITLE FROM SONGS WHERE PATH = '" + path(8) + "'"), "矮");
-    EXPECT_EQ(
-        value("SELECT COUNT(*) FROM SONGS WHERE PATH IN ('" + added + "', '" + path(10) + "')"),
-        "1");
+    EXPECT_EQ(value(idOf + quoted(path(7))), keptId);
+    EXPECT_EQ(value("SELECT TITLE FROM SONGS WHERE PATH = " + quoted(path(8))), "矮");
+    EXPECT_EQ(value("SELECT COUNT(*) FROM SONGS WHERE PATH IN (" + quoted(added) + ", " +
+                    quoted(path(10)) + ")"),
+              "1");
     EXPECT_EQ(value("SELECT group_concat(TRACKPATH, '|') FROM PLAYLISTS WHERE PLAYNAME = 'Mix'"),
               path(11) + "|" + path(1));
 }
@@ -198,7 +162,7 @@ TEST_F(TangorIndexTest, RescanWritesOnlyWhatChanged) {
 TEST_F(TangorIndexTest, UnreadableDatabaseIsMadeAnew) {
     fs::create_directories(databaseDirectory());
     writeFile(database(), std::string(4096, 'x'));
-    const ProgramResult result = scan();
+    const ProgramResult result = scan({mount});
     ASSERT_EQ(result.status, 0) << result.standardError;
     EXPECT_NE(result.standardError.find("the database of device usb cannot be validated (COULD "
                                         "NOT GET DB VERSION): deleting it and making it anew"),
@@ -232,7 +196,7 @@ TEST_F(TangorIndexTest, FileThatVanishesDuringTheScanIsSkipped) {
     const index::ScanTotals totals = index::scanDevice("usb", {mount}, interference);
     EXPECT_EQ(totals.indexed, 11u);
     EXPECT_EQ(totals.skipped, 1u);
-    EXPECT_EQ(value("SELECT COUNT(*) FROM SONGS WHERE PATH = '" + path(7) + "'"), "0");
+    EXPECT_EQ(value("SELECT COUNT(*) FROM SONGS WHERE PATH = " + quoted(path(7))), "0");
 }
 
 TEST_F(TangorIndexTest, ScanCutShortIsCompletedByTheNext) {
@@ -252,52 +216,28 @@ TEST_F(TangorIndexTest, ScanCutShortIsCompletedByTheNext) {
     EXPECT_EQ(value("SELECT VALUE FROM STATUS"), "DONE");
 }
 
-// Every row of every table the scan writes, in row order.
-std::vector<std::string> dump(const std::string& database) {
-    std::vector<std::string> rows;
-    for (const char* table : {"SONGS", "ARTISTS", "ALBUMS", "GENRES", "COMPOSERS", "DIRECTORIES",
-                              "PLAYLISTS", "STATUS", "PARTITION_PRESENCE"}) {
-        for (std::string& row : queryRows(database, std::string("SELECT '") + table + "', * FROM " +
-                                                        table + " ORDER BY rowid")) {
-            rows.push_back(std::move(row));
-        }
-    }
-    return rows;
-}
-
 TEST_F(TangorIndexTest, AnyNumberOfReadingThreadsWritesTheSameDatabase) {
     const std::string big = tree.file("big");
-    ASSERT_EQ(runProgram({TANGOR_MAKE_SAMPLE_LIBRARY, big, "--files", "300"}).status, 0);
-    const auto scanWith = [&big](const std::string& device, std::vector<std::string> options) {
-        std::vector<std::string> command = {TANGOR_INDEX, "scan", "--device", device, "--quiet"};
-        command.insert(command.end(), options.begin(), options.end());
-        command.push_back(big);
-        const ProgramResult result = runProgram(command);
+    makeLibrary(big, 300);
+    const std::pair<const char*, std::vector<std::string>> runs[] = {
+        {"one", {"--jobs", "1", big}}, {"default", {big}}, {"four", {"--jobs", "4", big}}};
+    // Every row of every table the scan writes, in row order.
+    std::vector<std::string> dumps[std::size(runs)];
+    for (std::size_t run = 0; run < std::size(runs); ++run) {
+        const ProgramResult result = scan(runs[run].second, runs[run].first);
         EXPECT_EQ(result.status, 0) << result.standardError;
-    };
-    scanWith("one", {"--jobs", "1"});
-    scanWith("default", {});
-    scanWith("four", {"--jobs", "4"});
-    const std::vector<std::string> one = dump(database("one"));
-    ASSERT_GT(one.size(), 300u);
-    EXPECT_TRUE(one == dump(database("default")));
-    EXPECT_TRUE(one == dump(database("four")));
-}
-
-TEST_F(TangorIndexTest, ComposerAndDiscNumberComeFromEveryTagFormat) {
-    ASSERT_EQ(scan().status, 0);
-    for (int file = 0; file < kFiles; ++file) {
-        const sample::AudioFile audio = sample::audioFile(file);
-        const bool tagged = audio.content == sample::Content::Tagged;
-        const std::string expected =
-            tagged ? audio.tags.composer + "|" + std::to_string(audio.tags.discNumber)
-                   : "Various Composers|0";
-        EXPECT_EQ(value("SELECT COMPOSER || '|' || DISCNUM FROM SONGS JOIN COMPOSERS USING "
-                        "(COMPOSERID) WHERE PATH = '" +
-                        path(file) + "'"),
-                  expected)
-            << audio.path;
+        for (const char* table : {"SONGS", "ARTISTS", "ALBUMS", "GENRES", "COMPOSERS",
+                                  "DIRECTORIES", "PLAYLISTS", "STATUS", "PARTITION_PRESENCE"}) {
+            for (std::string& row : queryRows(
+                     database(runs[run].first),
+                     std::string("SELECT '") + table + "', * FROM " + table + " ORDER BY rowid")) {
+                dumps[run].push_back(std::move(row));
+            }
+        }
     }
+    ASSERT_GT(dumps[0].size(), 300u);
+    EXPECT_TRUE(dumps[0] == dumps[1]);
+    EXPECT_TRUE(dumps[0] == dumps[2]);
 }
 
 TEST_F(TangorIndexTest, ErrorsEndWithAMessageAndAStatus) {
