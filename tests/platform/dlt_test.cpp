@@ -14,8 +14,10 @@
 
 #include <cstdlib>
 #include <ctime>
+#include <fstream>
 #include <functional>
 #include <iostream>
+#include <iterator>
 #include <memory>
 #include <regex>
 #include <stdexcept>
@@ -143,6 +145,11 @@ public:
 
     // Where programs find the daemon: the value of DLT_PIPE_DIR.
     const std::string& fifoFolder() const { return fifos_; }
+    // The daemon's own messages: what it got and refused, when records go missing.
+    std::string log() const {
+        std::ifstream in(dir_.file("daemon.log"));
+        return std::string(std::istreambuf_iterator<char>(in), {});
+    }
 
     // The records received so far, as dlt-convert prints them, once `last` is among them; false
     // when it has not come within 10 s.
@@ -179,7 +186,9 @@ std::string programRecordsUpTo(const std::vector<std::string>& program, const st
         if (daemon.receivedUpTo(last, text)) {
             return text;
         }
-        std::cerr << "attempt " << attempt + 1 << ": \"" << last << "\" did not arrive:\n" << text;
+        std::cerr << "attempt " << attempt + 1 << ": \"" << last << "\" did not arrive:\n"
+                  << text << "the daemon's log:\n"
+                  << daemon.log();
     }
     ADD_FAILURE() << "\"" << last << "\" did not arrive in two attempts";
     return text;
