@@ -2,6 +2,7 @@
 // stdio stream, across its read-ahead block and at the file's ends.
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <fstream>
@@ -110,6 +111,20 @@ TEST(FileReadStream, AMissingFileIsNotOpen) {
     EXPECT_EQ(stream.error(), ENOENT);
     EXPECT_FALSE(stream.headIsAllZero(64 * 1024));
     EXPECT_TRUE(stream.readBlock(10).isEmpty());
+}
+
+// The scan opens a file that was no link when walked without following one: a link put in its
+// place since leads nowhere.
+TEST(FileReadStream, FollowsALinkOnlyWhenAsked) {
+    const TempDir dir;
+    writeFile(dir, "real.mp3", "ID3");
+    ASSERT_EQ(symlink("real.mp3", dir.file("link.mp3").c_str()), 0);
+    FileReadStream followed(dir.file("link.mp3"), true);
+    EXPECT_EQ(asString(followed.readBlock(3)), "ID3");
+    FileReadStream notFollowed(dir.file("link.mp3"), false);
+    EXPECT_FALSE(notFollowed.isOpen());
+    EXPECT_EQ(notFollowed.error(), ELOOP);
+    EXPECT_TRUE(FileReadStream(dir.file("real.mp3"), false).isOpen());
 }
 
 }  // namespace

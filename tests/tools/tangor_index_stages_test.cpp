@@ -88,7 +88,7 @@ std::vector<std::string> walkAll(const MountPoint& mountPoint, const index::Walk
                            : entry.kind == WalkEntry::Kind::Playlist ? "playlist "
                            : entry.kind == WalkEntry::Kind::Skipped  ? "skipped "
                                                                      : "unreadable ";
-        found.push_back(kind + entry.relativePath);
+        found.push_back(kind + entry.relativePath + (entry.link ? " (link)" : ""));
     }
     return found;
 }
@@ -107,8 +107,8 @@ TEST(PartitionWalk, FindsAudioAndPlaylistsInPathOrderWithinItsLimits) {
                                           "a/x.mp3",
                                           "a-b.mp3",
                                           "a.mp3",
-                                          "back-in.mp3",
-                                          "link.mp3",
+                                          "back-in.mp3 (link)",
+                                          "link.mp3 (link)",
                                           "playlist list.m3u",
                                           "skipped outside-folder",
                                           "skipped outside.mp3"};

@@ -23,8 +23,10 @@ long clampedToLong(std::int64_t value) {
 
 }  // namespace
 
-FileReadStream::FileReadStream(const std::string& path)
-    : path_(path), file_(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_LARGEFILE)) {
+FileReadStream::FileReadStream(const std::string& path, bool followLink)
+    : path_(path),
+      file_(
+          open(path.c_str(), O_RDONLY | O_CLOEXEC | O_LARGEFILE | (followLink ? 0 : O_NOFOLLOW))) {
     struct statx status {};
     if (!file_.valid() || statx(file_.get(), "", AT_EMPTY_PATH, STATX_SIZE, &status) != 0) {
         error_ = errno;

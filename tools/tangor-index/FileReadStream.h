@@ -17,8 +17,9 @@ namespace tangor::index {
 
 class FileReadStream final : public TagLib::IOStream {
 public:
-    // Opens `path` for reading; isOpen() tells whether that worked, and error() why not.
-    explicit FileReadStream(const std::string& path);
+    // Opens `path` for reading, a link at `path` only if `followLink` (else ELOOP); isOpen()
+    // tells whether that worked, and error() why not.
+    explicit FileReadStream(const std::string& path, bool followLink = true);
 
     int error() const { return error_; }
     // True when the file is not empty and its first `bytes` (all of it when shorter) are zero.

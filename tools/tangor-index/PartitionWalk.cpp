@@ -206,7 +206,8 @@ bool PartitionWalk::visit(Folder& folder, const FolderEntry& item, WalkEntry& en
     entry = WalkEntry{kind == FileKind::Audio ? WalkEntry::Kind::Audio : WalkEntry::Kind::Playlist,
                       relative,
                       status.lastModified,
-                      {}};
+                      {},
+                      link};
     return true;
 }
 

@@ -39,6 +39,7 @@ struct WalkEntry {
     std::string relativePath;
     std::int64_t lastModified = 0;  // seconds since the epoch, 64 bits on every target
     std::string problem;            // Unreadable, Skipped: why
+    bool link = false;  // Audio, Playlist: reached through a link (checked to stay inside)
 };
 
 class PartitionWalk {

@@ -24,6 +24,10 @@ struct ScanItem {
     // Filled by the tag stage (Read only).
     Tags tags;
     TagResult tagResult = TagResult::Unreadable;
+
+    // Read: the walk reached the file through a link. Any other file is opened without following
+    // one, so that a link put in its place after the walk's check leads nowhere.
+    bool link = false;
 };
 
 }  // namespace tangor::index

@@ -94,7 +94,7 @@ bool SongComparison::next(ScanItem& item) {
     if (order < 0) {
         item =
             ScanItem{ScanItem::Action::Read, walkHead_.relativePath, walkHead_.lastModified, 0, {},
-                     TagResult::Unreadable};
+                     TagResult::Unreadable,  walkHead_.link};
         advanceWalk();
         return true;
     }
@@ -118,7 +118,7 @@ void SongComparison::nextOfMatch(ScanItem& item) {
     }
     item = ScanItem{
         ScanItem::Action::Read, walkHead_.relativePath, walkHead_.lastModified, matched_->id, {},
-        TagResult::Unreadable};
+        TagResult::Unreadable,  walkHead_.link};
     if (matched_->lastModified == walkHead_.lastModified) {
         item.action = ScanItem::Action::Keep;
     }

@@ -106,7 +106,7 @@ void TagReadWindow::work() {
 void TagReadWindow::read(Slot& slot) const {
     ScanItem& item = slot.item;
     try {
-        item.tagResult = readTags(mountPoint_.absolute(item.relativePath), item.tags);
+        item.tagResult = readTags(mountPoint_.absolute(item.relativePath), item.tags, item.link);
     } catch (const std::exception&) {
         // What TagLib or the allocator throws for one file must not end the scan.
         item.tags = Tags();

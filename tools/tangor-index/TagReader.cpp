@@ -104,8 +104,8 @@ int clampedTrack(unsigned int track) {
 
 }  // namespace
 
-TagResult readTags(const std::string& path, Tags& tags) {
-    FileReadStream stream(path);
+TagResult readTags(const std::string& path, Tags& tags, bool followLink) {
+    FileReadStream stream(path, followLink);
     if (stream.headIsAllZero(kAudioHeadBytes)) {
         return TagResult::NotAudio;
     }

@@ -15,7 +15,8 @@ enum class TagResult { Read, Unreadable, NotAudio, Vanished };
 
 // Fills `tags` (left empty unless Read). Unreadable: the file is there but TagLib cannot make
 // sense of it; NotAudio: its start holds only zero bytes (AudioHead.h), and TagLib was not asked;
-// Vanished: the file is no longer there.
-TagResult readTags(const std::string& path, Tags& tags);
+// Vanished: the file is no longer there. A link at `path` is followed only if `followLink`; where
+// it is not, the file is Unreadable.
+TagResult readTags(const std::string& path, Tags& tags, bool followLink = true);
 
 }  // namespace tangor::index
