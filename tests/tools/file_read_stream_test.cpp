@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <climits>
 #include <fstream>
 #include <string>
 
@@ -55,7 +56,7 @@ TEST(FileReadStream, ReadsAndSeeksLikeAFile) {
         {-128, TagLib::IOStream::End, 128, 9872, 128},             // an ID3v1 tag's place
         {-20, TagLib::IOStream::End, 100, 9980, 20},               // short at the end
         {5, TagLib::IOStream::End, 10, -1, 0},                     // past the end: nothing
-        {100, TagLib::IOStream::Beginning, 1UL << 30, 100, 9900},  // a broken size: what is there
+        {100, TagLib::IOStream::Beginning, ULONG_MAX, 100, 9900},  // a broken size: what is there
         {-1, TagLib::IOStream::Beginning, 10, 10000, 0},           // before the start: not moved
         {20, TagLib::IOStream::Beginning, 0, -1, 0},
     };

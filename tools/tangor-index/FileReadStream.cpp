@@ -97,10 +97,11 @@ TagLib::ByteVector FileReadStream::readBlock(unsigned long length) {
     if (!isOpen() || length == 0 || position_ >= size_) {
         return TagLib::ByteVector();
     }
-    // A broken header may ask for gigabytes: never more than the file holds.
-    const std::int64_t available = size_ - position_;
-    const std::size_t wanted = static_cast<std::size_t>(
-        std::min<std::int64_t>(static_cast<std::int64_t>(length), available));
+    // A broken header may ask for gigabytes: never more than the file holds, nor than a
+    // ByteVector's unsigned int can count (a file of more than 4 GiB).
+    const std::uint64_t available =
+        std::min<std::uint64_t>(static_cast<std::uint64_t>(size_ - position_), UINT_MAX);
+    const std::size_t wanted = static_cast<std::size_t>(std::min<std::uint64_t>(length, available));
     if (wanted <= kAheadBytes && fillAhead(position_)) {
         const std::size_t from = static_cast<std::size_t>(position_ - aheadStart_);
         if (from + wanted <= ahead_.size()) {
