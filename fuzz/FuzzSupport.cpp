@@ -1,6 +1,7 @@
 #include "FuzzSupport.h"
 
 #include <tangor/phonetic/phonetic.h>
+#include <utf8proc.h>
 
 #include <cstdio>
 #include <cstdlib>
@@ -13,6 +14,20 @@
 #include "iwnn/DictionaryFormat.h"
 
 namespace tangor::fuzz {
+
+bool wellFormed(std::string_view text) {
+    const auto* at = reinterpret_cast<const utf8proc_uint8_t*>(text.data());
+    const auto size = static_cast<utf8proc_ssize_t>(text.size());
+    for (utf8proc_ssize_t i = 0; i < size;) {  // each round consumes a byte at least, or ends
+        utf8proc_int32_t codePoint = 0;
+        const utf8proc_ssize_t length = utf8proc_iterate(at + i, size - i, &codePoint);
+        if (length <= 0) {
+            return false;
+        }
+        i += length;
+    }
+    return true;
+}
 
 namespace {
 

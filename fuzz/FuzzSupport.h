@@ -8,11 +8,16 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 namespace tangor::fuzz {
 
 inline constexpr unsigned char kFixChecksum = 0x01;
 inline constexpr std::size_t kPackedHeaderSize = 3;
+
+// Well-formed UTF-8 (utf8proc's decoder); unlike the indexer's legacy::isUtf8, a NUL byte counts
+// as text.
+bool wellFormed(std::string_view text);
 
 // Writes `size` bytes at `data` to `path`, making its folders; false when it cannot.
 bool writeFile(const std::string& path, const std::uint8_t* data, std::size_t size);

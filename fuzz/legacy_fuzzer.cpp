@@ -3,8 +3,6 @@
 // What comes out is always valid UTF-8 (a NUL byte included), one text for each text given; ASCII
 // and valid UTF-8 texts come back unchanged; a playlist keeps its lines.
 
-#include <utf8proc.h>
-
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>
@@ -12,6 +10,7 @@
 #include <string_view>
 #include <vector>
 
+#include "FuzzSupport.h"
 #include "LegacyText.h"
 
 namespace {
@@ -24,20 +23,7 @@ constexpr legacy::Encoding kEncodings[] = {legacy::Encoding::Latin1, legacy::Enc
                                            legacy::Encoding::Gb18030, legacy::Encoding::Big5,
                                            legacy::Encoding::Cp932};
 
-// Well-formed UTF-8; unlike legacy::isUtf8, a NUL byte counts as text here.
-bool wellFormed(std::string_view text) {
-    const auto* at = reinterpret_cast<const utf8proc_uint8_t*>(text.data());
-    const auto size = static_cast<utf8proc_ssize_t>(text.size());
-    for (utf8proc_ssize_t i = 0; i < size;) {  // each round consumes a byte at least, or ends
-        utf8proc_int32_t codePoint = 0;
-        const utf8proc_ssize_t length = utf8proc_iterate(at + i, size - i, &codePoint);
-        if (length <= 0) {
-            return false;
-        }
-        i += length;
-    }
-    return true;
-}
+using tangor::fuzz::wellFormed;
 
 void check(bool holds) {
     if (!holds) {
