@@ -70,25 +70,19 @@ bool FileReadStream::headIsAllZero(std::size_t bytes) {
         return false;
     }
     const auto isZero = [](char byte) { return byte == 0; };
-    // Block by block, stopping at the first byte that is not zero: an audio file costs the one
-    // block TagLib reads next anyway; only a zero-filled head is read whole.
+    // Through the read-ahead block, stopping at the first byte that is not zero: an audio file
+    // costs the one block TagLib reads next anyway; only a zero-filled head is read whole.
     std::int64_t offset = 0;
-    std::string block;
     while (offset < size_ && static_cast<std::size_t>(offset) < bytes) {
-        const std::size_t wanted = std::min(kAheadBytes, bytes - static_cast<std::size_t>(offset));
-        if (offset == 0) {
-            if (!fillAhead(0)) {
-                return false;
-            }
-            block.assign(ahead_, 0, std::min(wanted, ahead_.size()));
-        } else {
-            block.resize(wanted);
-            block.resize(readAt(offset, block.data(), wanted));
-        }
-        if (block.empty() || !std::all_of(block.begin(), block.end(), isZero)) {
+        if (!fillAhead(offset)) {
             return false;
         }
-        offset += static_cast<std::int64_t>(block.size());
+        const std::size_t looked =
+            std::min(ahead_.size(), bytes - static_cast<std::size_t>(offset));
+        if (!std::all_of(ahead_.begin(), ahead_.begin() + looked, isZero)) {
+            return false;
+        }
+        offset += static_cast<std::int64_t>(looked);
     }
     return true;
 }
