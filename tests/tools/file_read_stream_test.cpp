@@ -105,27 +105,29 @@ TEST(FileReadStream, TellsAZeroFilledHead) {
     }
 }
 
-TEST(FileReadStream, AMissingFileIsNotOpen) {
-    const TempDir dir;
-    FileReadStream stream(dir.file("gone.mp3"));
-    EXPECT_FALSE(stream.isOpen());
-    EXPECT_EQ(stream.error(), ENOENT);
-    EXPECT_FALSE(stream.headIsAllZero(64 * 1024));
-    EXPECT_TRUE(stream.readBlock(10).isEmpty());
-}
-
-// The scan opens a file that was no link when walked without following one: a link put in its
-// place since leads nowhere.
-TEST(FileReadStream, FollowsALinkOnlyWhenAsked) {
+// What opens and what does not: the scan opens a file that was no link when walked without
+// following one, so a link put in its place since leads nowhere.
+TEST(FileReadStream, OpensAFileAndALinkOnlyWhenAsked) {
     const TempDir dir;
     writeFile(dir, "real.mp3", "ID3");
     ASSERT_EQ(symlink("real.mp3", dir.file("link.mp3").c_str()), 0);
-    FileReadStream followed(dir.file("link.mp3"), true);
-    EXPECT_EQ(asString(followed.readBlock(3)), "ID3");
-    FileReadStream notFollowed(dir.file("link.mp3"), false);
-    EXPECT_FALSE(notFollowed.isOpen());
-    EXPECT_EQ(notFollowed.error(), ELOOP);
-    EXPECT_TRUE(FileReadStream(dir.file("real.mp3"), false).isOpen());
+    struct Case {
+        const char* name;
+        bool followLink;
+        int error;  // 0: opens
+    };
+    const Case cases[] = {{"real.mp3", false, 0},
+                          {"link.mp3", true, 0},
+                          {"link.mp3", false, ELOOP},
+                          {"gone.mp3", true, ENOENT}};
+    for (const Case& c : cases) {
+        SCOPED_TRACE(std::string(c.name) + (c.followLink ? " followed" : ""));
+        FileReadStream stream(dir.file(c.name), c.followLink);
+        EXPECT_EQ(stream.isOpen(), c.error == 0);
+        EXPECT_EQ(stream.error(), c.error);
+        EXPECT_EQ(asString(stream.readBlock(3)), c.error == 0 ? "ID3" : "");
+        EXPECT_FALSE(stream.headIsAllZero(64 * 1024));
+    }
 }
 
 }  // namespace
